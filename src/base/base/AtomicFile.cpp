@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <base/AtomicFile.h>
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <random>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velmor {
+
+namespace {
+
+constexpr std::size_t bufferCapacity = 64 * 1024;
+constexpr int attemptsForAFreeName = 100;
+
+/// Repeats a system call for as long as a signal interrupts it.
+template <typename Call>
+auto uninterrupted(Call call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+} // namespace
+
+AtomicFile::AtomicFile(const std::filesystem::path& target)
+    : m_targetName(target.filename().native())
+{
+    const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
+    m_folder = uninterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    if (m_folder < 0) {
+        failWithErrno();
+        return;
+    }
+
+    struct stat present = {};
+    if (::fstatat(m_folder, m_targetName.c_str(), &present, AT_SYMLINK_NOFOLLOW) == 0) {
+        if (S_ISDIR(present.st_mode))
+            m_error = std::make_error_code(std::errc::is_a_directory);
+        else if (!S_ISREG(present.st_mode) && !S_ISLNK(present.st_mode))
+            m_error = std::make_error_code(std::errc::invalid_argument);
+        if (m_error)
+            return;
+    } else if (m_targetName.empty()) {
+        m_error = std::make_error_code(std::errc::is_a_directory);
+        return;
+    }
+
+    std::random_device random;
+    for (int attempt = 0; attempt < attemptsForAFreeName && m_file < 0; ++attempt) {
+        m_temporaryName = fmt::format(".velmor-{:08x}.tmp", random());
+        m_file = uninterrupted([&] {
+            return ::openat(m_folder, m_temporaryName.c_str(),
+                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        });
+        if (m_file < 0 && errno != EEXIST)
+            break;
+    }
+    if (m_file < 0) {
+        m_temporaryName.clear();
+        failWithErrno();
+    }
+}
+
+AtomicFile::~AtomicFile()
+{
+    removeTemporary();
+    if (m_folder >= 0)
+        ::close(m_folder);
+}
+
+void AtomicFile::write(std::string_view text)
+{
+    if (m_error)
+        return;
+    m_buffer += text;
+    if (m_buffer.size() >= bufferCapacity)
+        flush();
+}
+
+bool AtomicFile::commit()
+{
+    flush();
+    if (m_error)
+        return false;
+    if (uninterrupted([&] { return ::fsync(m_file); }) != 0) {
+        failWithErrno();
+        return false;
+    }
+    // Some network file systems report a failed write only here.
+    if (::close(std::exchange(m_file, -1)) != 0) {
+        failWithErrno();
+        return false;
+    }
+    if (::renameat(m_folder, m_temporaryName.c_str(), m_folder, m_targetName.c_str()) != 0) {
+        failWithErrno();
+        return false;
+    }
+    m_temporaryName.clear();
+    // A file system that can't sync a folder says EINVAL; the rename is then as durable as it gets.
+    if (uninterrupted([&] { return ::fsync(m_folder); }) != 0 && errno != EINVAL) {
+        failWithErrno();
+        return false;
+    }
+    return true;
+}
+
+void AtomicFile::flush()
+{
+    std::string_view rest = m_buffer;
+    while (!m_error && !rest.empty()) {
+        const ssize_t written = uninterrupted([&] { return ::write(m_file, rest.data(), rest.size()); });
+        if (written < 0)
+            failWithErrno();
+        else if (written == 0)
+            m_error = std::make_error_code(std::errc::io_error);
+        else
+            rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+    m_buffer.clear();
+}
+
+void AtomicFile::failWithErrno()
+{
+    m_error = std::error_code(errno, std::generic_category());
+    removeTemporary();
+}
+
+void AtomicFile::removeTemporary()
+{
+    if (m_file >= 0)
+        ::close(std::exchange(m_file, -1));
+    if (!m_temporaryName.empty())
+        ::unlinkat(m_folder, m_temporaryName.c_str(), 0);
+    m_temporaryName.clear();
+}
+
+} // namespace velmor

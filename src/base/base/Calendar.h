@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <base/Date.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace date {
+class time_zone;
+}
+
+namespace velmor {
+
+/// Answers questions about local days in one time zone.
+class Calendar
+{
+public:
+    /// The zone that the system is set to: `TZ` where it names a zone, else the system's setting,
+    /// else UTC.
+    static Calendar current();
+
+    /// Absent if the time zone database has no zone of that name ("Europe/Berlin", "UTC").
+    static std::optional<Calendar> inZone(std::string_view name);
+
+    /// Whether both moments lie in the same local day.
+    bool isSameDay(Date a, Date b) const;
+
+    /// The zone's name in the database.
+    std::string zoneName() const;
+
+private:
+    explicit Calendar(const date::time_zone& zone);
+
+    const date::time_zone* m_zone;
+};
+
+} // namespace velmor

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <base/Date.h>
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+namespace velmor {
+
+namespace chrono = std::chrono;
+
+double secondsBetween(Date from, Date to)
+{
+    return static_cast<double>((to - from).count()) / 1e9;
+}
+
+chrono::nanoseconds nanosecondsFrom(double seconds)
+{
+    return chrono::nanoseconds(std::llround(seconds * 1e9));
+}
+
+std::string isoText(Date date)
+{
+    const auto day = chrono::floor<chrono::days>(date);
+    const chrono::year_month_day calendarDay(day);
+    const chrono::hh_mm_ss time(chrono::floor<chrono::seconds>(date) - day);
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", static_cast<int>(calendarDay.year()),
+                       static_cast<unsigned>(calendarDay.month()), static_cast<unsigned>(calendarDay.day()),
+                       time.hours().count(), time.minutes().count(), time.seconds().count());
+}
+
+namespace {
+
+/// The number that `count` decimal digits from `start` on spell; absent if one is not a digit.
+std::optional<int> digits(std::string_view text, std::size_t start, std::size_t count)
+{
+    int number = 0;
+    for (const char c : text.substr(start, count)) {
+        if (c < '0' || c > '9')
+            return std::nullopt;
+        number = number * 10 + (c - '0');
+    }
+    return number;
+}
+
+} // namespace
+
+std::optional<Date> dateFromIsoText(std::string_view text)
+{
+    constexpr std::string_view shape = "0000-00-00T00:00:00Z";
+    if (text.size() != shape.size())
+        return std::nullopt;
+    for (std::size_t i = 0; i < shape.size(); ++i) {
+        if (shape[i] != '0' && text[i] != shape[i])
+            return std::nullopt;
+    }
+
+    const auto year = digits(text, 0, 4);
+    const auto month = digits(text, 5, 2);
+    const auto day = digits(text, 8, 2);
+    const auto hour = digits(text, 11, 2);
+    const auto minute = digits(text, 14, 2);
+    const auto second = digits(text, 17, 2);
+    if (!year || !month || !day || !hour || !minute || !second)
+        return std::nullopt;
+
+    const chrono::year_month_day calendarDay(chrono::year(*year), chrono::month(static_cast<unsigned>(*month)),
+                                             chrono::day(static_cast<unsigned>(*day)));
+    if (!calendarDay.ok() || *hour > 23 || *minute > 59 || *second > 59)
+        return std::nullopt;
+
+    const chrono::sys_seconds seconds =
+        chrono::sys_days(calendarDay) + chrono::hours(*hour) + chrono::minutes(*minute) + chrono::seconds(*second);
+    // Whole seconds reach further than nanoseconds do: compare before widening.
+    if (seconds < chrono::ceil<chrono::seconds>(Date::min()) || seconds > chrono::floor<chrono::seconds>(Date::max()))
+        return std::nullopt;
+    return Date(seconds);
+}
+
+} // namespace velmor

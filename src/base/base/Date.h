@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace velmor {
+
+/// A moment in UTC, to the nanosecond. Reaches from the year 1677 to the year 2262.
+using Date = std::chrono::sys_time<std::chrono::nanoseconds>;
+
+/// Seconds from one moment to a later one; negative when `to` is the earlier of the two.
+double secondsBetween(Date from, Date to);
+
+/// The duration nearest to a number of seconds.
+std::chrono::nanoseconds nanosecondsFrom(double seconds);
+
+/// ISO 8601 in UTC with whole seconds, as in 2026-03-01T09:12:45Z. A fraction of a second is cut off
+/// towards the past.
+std::string isoText(Date date);
+
+/// Reads exactly the form that isoText() writes. Absent for any other text: fractions, offsets,
+/// lower case, missing or additional characters, days that no calendar has, and years that a Date
+/// can't hold.
+std::optional<Date> dateFromIsoText(std::string_view text);
+
+} // namespace velmor

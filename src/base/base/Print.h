@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <fmt/format.h>
+
+#include <string_view>
+#include <utility>
+
+namespace velmor {
+
+/// Prints "[Velmor] ", the text and a line break on standard output and flushes, so that the line
+/// is there also when the program is killed right after it. Not for real-time threads.
+void printLine(std::string_view text);
+
+template <typename... Arguments>
+void printLine(fmt::format_string<Arguments...> format, Arguments&&... arguments)
+    requires(sizeof...(Arguments) > 0)
+{
+    printLine(std::string_view(fmt::format(format, std::forward<Arguments>(arguments)...)));
+}
+
+/// For programs whose standard output belongs to their result: from now on printLine() prints on
+/// standard error. Called once, before any other thread exists.
+void printLinesOnStandardError();
+
+/// Stops the program after a programming error: says what was wrong on standard error and aborts.
+[[noreturn]] void stopOnProgrammingError(std::string_view text);
+
+} // namespace velmor

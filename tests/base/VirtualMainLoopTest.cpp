@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <base/VirtualMainLoop.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace velmor {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+class VirtualMainLoopTest : public testing::Test
+{
+protected:
+    const Date start = dateFromIsoText("2026-03-01T09:00:00Z").value();
+    VirtualMainLoop loop{start};
+    std::vector<std::string> events;
+
+    Task note(std::string event)
+    {
+        return [this, event = std::move(event)] { events.push_back(event); };
+    }
+};
+
+TEST_F(VirtualMainLoopTest, TheClockStandsStillBetweenCalls)
+{
+    EXPECT_EQ(loop.now(), start);
+    loop.runFor(1.5);
+    EXPECT_EQ(loop.now(), start + 1500ms);
+    loop.runUntil(start);
+    EXPECT_EQ(loop.now(), start + 1500ms);
+}
+
+TEST_F(VirtualMainLoopTest, PostedTasksRunInOrderAndBeforeTimers)
+{
+    loop.after(0, note("timer"));
+    loop.post([this] {
+        events.push_back("first");
+        loop.post(note("third"));
+    });
+    loop.post(note("second"));
+    loop.runFor(0);
+    EXPECT_THAT(events, ElementsAre("first", "second", "third", "timer"));
+}
+
+TEST_F(VirtualMainLoopTest, TimersDueAtOnceRunInTheOrderOfScheduling)
+{
+    loop.after(0.2, note("b"));
+    loop.after(0.1, note("a"));
+    loop.after(0.2, note("c"));
+    loop.runFor(1);
+    EXPECT_THAT(events, ElementsAre("a", "b", "c"));
+}
+
+TEST_F(VirtualMainLoopTest, ARepeatingTimerFiresAtExactMultiplesOfItsInterval)
+{
+    std::vector<Date> moments;
+    const Timer timer = loop.every(0.1, [&] { moments.push_back(loop.now()); });
+    loop.runFor(0.35);
+    EXPECT_THAT(moments, ElementsAre(start + 100ms, start + 200ms, start + 300ms));
+    loop.runFor(3600);
+    EXPECT_EQ(moments.size(), 36003U);
+    EXPECT_EQ(moments.back(), start + 3600s + 300ms);
+}
+
+TEST_F(VirtualMainLoopTest, ATimerEndsWithItsHandleAlsoFromWithin)
+{
+    Timer timer;
+    timer = loop.every(0.1, [&] {
+        events.push_back("tick");
+        timer.reset();
+    });
+    loop.runFor(1);
+    EXPECT_THAT(events, ElementsAre("tick"));
+}
+
+TEST_F(VirtualMainLoopTest, RunBeforeLeavesWhatIsDueAtTheVeryMoment)
+{
+    const Timer timer = loop.every(0.1, note("tick"));
+    loop.runBefore(start + 200ms);
+    EXPECT_EQ(loop.now(), start + 200ms);
+    EXPECT_THAT(events, ElementsAre("tick"));
+    events.push_back("block");
+    loop.runUntil(start + 200ms);
+    EXPECT_THAT(events, ElementsAre("tick", "block", "tick"));
+}
+
+TEST_F(VirtualMainLoopTest, ABellThatRingsRunsItsTaskAndNotAfterItIsGone)
+{
+    auto bell = loop.doorbell(note("ring"));
+    bell->ring();
+    loop.runPosted();
+    EXPECT_THAT(events, ElementsAre("ring"));
+    bell->ring();
+    bell.reset();
+    loop.runPosted();
+    EXPECT_THAT(events, ElementsAre("ring"));
+}
+
+} // namespace
+} // namespace velmor
