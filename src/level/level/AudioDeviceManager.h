@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <base/Observable.h>
+#include <platform/AudioHardware.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmor {
+
+/// One input channel of a device.
+struct AudioChannel
+{
+    int index = 0; ///< From 0.
+    std::string name;
+
+    bool operator==(const AudioChannel&) const = default;
+};
+
+/// The program's view of the audio hardware: which devices there are, and which input device and
+/// channel is meant. Main thread.
+class AudioDeviceManager final : public ObservableObject
+{
+public:
+    explicit AudioDeviceManager(const AudioHardware& hardware);
+
+    Published<std::vector<AudioDevice>> inputDevices{*this, {}};
+    Published<std::vector<AudioDevice>> outputDevices{*this, {}};
+
+    /// Empty for the system's default input.
+    Published<std::string> selectedDeviceUID{*this, {}};
+
+    /// The channels of the selected device; a single one named "Default" while it is not there.
+    Published<std::vector<AudioChannel>> availableInputChannels{*this, {}};
+
+    /// Index of the channel that is measured.
+    Published<int> selectedChannelIndex{*this, 0};
+
+    /// Lists the devices anew, then the channels.
+    void refreshDevices();
+
+    /// Selecting another device goes back to its first channel; selecting the present one keeps the
+    /// channel.
+    void selectDevice(const std::string& uid);
+
+    /// The host's number of the selected device; absent for the system default and for a device that
+    /// is not there.
+    std::optional<std::uint32_t> selectedDeviceID() const;
+
+    /// Lists the selected device's channels. An index beyond them becomes 0; while the device is not
+    /// there the index is left alone.
+    void updateAvailableChannels();
+
+private:
+    const AudioHardware& m_hardware;
+};
+
+} // namespace velmor

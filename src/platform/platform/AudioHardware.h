@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace velmor {
+
+/// An input or output device as the host lists it.
+struct AudioDevice
+{
+    std::uint32_t id = 0;     ///< The host's number for it, good only while it is there.
+    std::string name;         ///< For people.
+    std::string manufacturer; ///< "Unknown" where the host doesn't say.
+    std::string uid;          ///< Stays the same across restarts; what settings keep.
+    bool hasInput = false;    ///< Which list the record is from: inputs (true) or outputs.
+
+    /// The name, followed by the manufacturer in brackets where it is known.
+    std::string displayName() const
+    {
+        if (manufacturer.empty() || manufacturer == "Unknown")
+            return name;
+        return name + " (" + manufacturer + ")";
+    }
+
+    bool operator==(const AudioDevice&) const = default;
+};
+
+/// Lists the audio devices of the host. Main thread.
+class AudioHardware
+{
+public:
+    virtual ~AudioHardware() = default;
+
+    /// In the order in which the host gives them; empty where audio is not to be had.
+    virtual std::vector<AudioDevice> inputDevices() const = 0;
+    virtual std::vector<AudioDevice> outputDevices() const = 0;
+
+    /// Number of a device's input channels; 0 for one that is gone or has none.
+    virtual int inputChannelCount(std::uint32_t deviceID) const = 0;
+};
+
+} // namespace velmor

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <base/Date.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace velmor {
+
+using DefaultsData = std::vector<std::byte>;
+
+/// A value of the store. The types are kept apart: a Boolean is never read as a number, nor an
+/// integer as a double.
+using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, DefaultsData, Date>;
+
+/// The user's settings and small persistent state, by key. A key that is missing differs from every
+/// stored value. Main thread.
+class DefaultsStore
+{
+public:
+    virtual ~DefaultsStore() = default;
+
+    /// The value under the key; absent if there is none.
+    virtual std::optional<DefaultsValue> value(std::string_view key) const = 0;
+
+    /// Visible to value() at once.
+    virtual void set(std::string_view key, DefaultsValue value) = 0;
+
+    /// Does nothing if there is no such key.
+    virtual void remove(std::string_view key) = 0;
+
+    /// The value under the key if it has exactly that type, else absent.
+    template <typename Type>
+    std::optional<Type> get(std::string_view key) const
+    {
+        const auto stored = value(key);
+        const Type* typed = stored ? std::get_if<Type>(&*stored) : nullptr;
+        return typed ? std::optional<Type>(*typed) : std::nullopt;
+    }
+};
+
+} // namespace velmor
