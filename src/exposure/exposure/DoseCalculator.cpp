@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <exposure/DoseCalculator.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace velmor {
+
+namespace {
+
+// NIOSH 98-126: recommended exposure limit of 85 dBA over 8 hours with a 3 dB exchange rate, levels
+// from 80 dBA up integrated.
+constexpr double criterionLevelDBA = 85.0;
+constexpr double exchangeRateDB = 3.0;
+constexpr double criterionDurationHours = 8.0;
+constexpr double thresholdLevelDB = 80.0;
+constexpr double secondsPerHour = 3600.0;
+
+/// From this gap between two measurements on, the time between them counts as not measured.
+constexpr double longestGapSeconds = 60.0;
+
+// EU Directive 2003/10/EC, article 3: lower and upper exposure action value and exposure limit value
+// of the peak sound pressure.
+constexpr double lowerActionPeakDBC = 135.0;
+constexpr double upperActionPeakDBC = 137.0;
+constexpr double limitPeakDBC = 140.0;
+
+/// No exposure above 115 dBA, of whatever duration.
+constexpr double ceilingPeakDBA = 115.0;
+
+constexpr auto conservativeModeKey = "DoseCalculator.conservativeMode";
+constexpr auto accumulatedDoseKey = "DoseCalculator.accumulatedDose";
+constexpr auto doseDateKey = "DoseCalculator.doseDate";
+constexpr auto peakCount135Key = "DoseCalculator.peakCount135";
+constexpr auto peakCount137Key = "DoseCalculator.peakCount137";
+constexpr auto peakCount140Key = "DoseCalculator.peakCount140";
+constexpr auto todayPeakDBCKey = "DoseCalculator.todayPeakDBC";
+constexpr auto peakDBACount115Key = "DoseCalculator.peakDBACount115";
+
+double hoursAllowedAt(double level)
+{
+    return criterionDurationHours / std::pow(2, (level - criterionLevelDBA) / exchangeRateDB);
+}
+
+void increment(Published<std::int64_t>& count)
+{
+    count = count.get() + 1;
+}
+
+} // namespace
+
+double allowedExposureTime(double dBA)
+{
+    if (dBA < thresholdLevelDB)
+        return std::numeric_limits<double>::infinity();
+    return hoursAllowedAt(dBA);
+}
+
+DoseCalculator::DoseCalculator(MainLoop& loop, DefaultsStore& defaults, const Calendar& calendar)
+    : m_loop(loop)
+    , m_defaults(defaults)
+    , m_calendar(calendar)
+{
+}
+
+void DoseCalculator::addMeasurement(double dBA, double dBC, double peakDBC, double peakDBA, Date at)
+{
+    trackPeak(peakDBC);
+    trackInstantaneousPeak(peakDBA);
+
+    const double effective = conservativeMode && !(dBA > dBC) ? dBC : dBA;
+    if (effective < thresholdLevelDB) {
+        m_lastMeasurementTime = at;
+        return;
+    }
+
+    if (m_lastMeasurementTime) {
+        const double elapsed = secondsBetween(*m_lastMeasurementTime, at);
+        if (elapsed <= 0 || elapsed >= longestGapSeconds) {
+            m_lastMeasurementTime = at;
+            return;
+        }
+        const double allowed = hoursAllowedAt(effective) * secondsPerHour;
+        accumulatedDose += elapsed / allowed;
+        persistDose();
+    }
+    m_lastMeasurementTime = at;
+
+    const double percentage = accumulatedDose * 100;
+    const DoseLevel level = doseLevelFrom(percentage);
+    m_loop.post(m_lifetime.guarded([this, percentage, level, effective] {
+        dosePercentage = percentage;
+        doseLevel = level;
+        updateProjection(effective);
+        if (level != m_previousDoseLevel) {
+            if (onThresholdCrossed)
+                onThresholdCrossed(level);
+            m_previousDoseLevel = level;
+        }
+    }));
+}
+
+void DoseCalculator::trackPeak(double peakDBC)
+{
+    if (!(peakDBC > 0))
+        return;
+    if (peakDBC > todayPeakDBC)
+        todayPeakDBC = peakDBC;
+    if (peakDBC >= limitPeakDBC) {
+        increment(peakCount140);
+        increment(peakCount137);
+        increment(peakCount135);
+    } else if (peakDBC >= upperActionPeakDBC) {
+        increment(peakCount137);
+        increment(peakCount135);
+    } else if (peakDBC >= lowerActionPeakDBC) {
+        increment(peakCount135);
+    } else {
+        return;
+    }
+    if (onPeakAlert)
+        onPeakAlert(peakDBC);
+}
+
+void DoseCalculator::trackInstantaneousPeak(double peakDBA)
+{
+    if (!(peakDBA >= ceilingPeakDBA))
+        return;
+    increment(peakDBACount115);
+    if (onInstantaneousPeakAlert)
+        onInstantaneousPeakAlert(peakDBA);
+}
+
+// The dose that is used up already stands for the part of the working day that has passed.
+void DoseCalculator::updateProjection(double currentDBA)
+{
+    if (currentDBA < thresholdLevelDB)
+        return;
+    const double doseFractionPerHour = 1 / hoursAllowedAt(currentDBA);
+    const double remainingHours = std::max(0.0, criterionDurationHours - accumulatedDose * criterionDurationHours);
+    projectedDoseAtEndOfDay = (accumulatedDose + remainingHours * doseFractionPerHour) * 100;
+}
+
+void DoseCalculator::overrideDose(double percentage)
+{
+    const double fraction = percentage / 100;
+    accumulatedDose = fraction;
+    m_sessionStartDose = std::min(fraction, m_sessionStartDose);
+    persistDose();
+    publishQuietly(fraction * 100, doseLevelFrom(fraction * 100));
+}
+
+void DoseCalculator::reconcileWithSessions(double todayCompletedDose)
+{
+    const double fraction = todayCompletedDose / 100;
+    if (accumulatedDose >= fraction)
+        return;
+    accumulatedDose = fraction;
+    m_sessionStartDose = fraction;
+    persistDose();
+    publishQuietly(fraction * 100, doseLevelFrom(fraction * 100));
+}
+
+void DoseCalculator::reset()
+{
+    accumulatedDose = 0;
+    m_lastMeasurementTime.reset();
+    m_previousDoseLevel = DoseLevel::safe;
+    m_sessionStartDose = 0;
+    peakCount135 = 0;
+    peakCount137 = 0;
+    peakCount140 = 0;
+    todayPeakDBC = 0;
+    peakDBACount115 = 0;
+    clearPersistedDose();
+    m_loop.post(m_lifetime.guarded([this] {
+        dosePercentage = 0;
+        doseLevel = DoseLevel::safe;
+        projectedDoseAtEndOfDay = 0;
+    }));
+}
+
+void DoseCalculator::publishQuietly(double percentage, DoseLevel level)
+{
+    m_loop.post(m_lifetime.guarded([this, percentage, level] {
+        dosePercentage = percentage;
+        doseLevel = level;
+        m_previousDoseLevel = level;
+    }));
+}
+
+void DoseCalculator::persistConservativeMode()
+{
+    m_defaults.set(conservativeModeKey, conservativeMode);
+}
+
+void DoseCalculator::persistDose()
+{
+    m_defaults.set(accumulatedDoseKey, accumulatedDose);
+    m_defaults.set(doseDateKey, m_loop.now());
+    m_defaults.set(peakCount135Key, peakCount135.get());
+    m_defaults.set(peakCount137Key, peakCount137.get());
+    m_defaults.set(peakCount140Key, peakCount140.get());
+    m_defaults.set(todayPeakDBCKey, todayPeakDBC.get());
+    m_defaults.set(peakDBACount115Key, peakDBACount115.get());
+}
+
+void DoseCalculator::clearPersistedDose()
+{
+    for (const auto key : {accumulatedDoseKey, doseDateKey, peakCount135Key, peakCount137Key, peakCount140Key,
+                           todayPeakDBCKey, peakDBACount115Key})
+        m_defaults.remove(key);
+}
+
+void DoseCalculator::restorePersistedDose()
+{
+    conservativeMode = m_defaults.get<bool>(conservativeModeKey).value_or(false);
+
+    const auto doseDate = m_defaults.get<Date>(doseDateKey);
+    if (!doseDate || !m_calendar.isSameDay(*doseDate, m_loop.now())) {
+        clearPersistedDose();
+        return;
+    }
+    const double storedDose = m_defaults.get<double>(accumulatedDoseKey).value_or(0);
+    if (!(storedDose > 0))
+        return;
+    accumulatedDose = storedDose;
+    m_sessionStartDose = storedDose;
+    peakCount135 = m_defaults.get<std::int64_t>(peakCount135Key).value_or(0);
+    peakCount137 = m_defaults.get<std::int64_t>(peakCount137Key).value_or(0);
+    peakCount140 = m_defaults.get<std::int64_t>(peakCount140Key).value_or(0);
+    todayPeakDBC = m_defaults.get<double>(todayPeakDBCKey).value_or(0);
+    peakDBACount115 = m_defaults.get<std::int64_t>(peakDBACount115Key).value_or(0);
+    publishQuietly(accumulatedDose * 100, doseLevelFrom(accumulatedDose * 100));
+}
+
+} // namespace velmor
