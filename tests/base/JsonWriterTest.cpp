@@ -88,8 +88,8 @@ TEST(JsonWriter, AnyFiniteNumberReadsBackBitForBit)
 
 TEST(JsonWriter, ANumberThatIsNotFiniteGivesNoText)
 {
-    for (const double number : {std::nan(""), std::numeric_limits<double>::infinity(),
-                                -std::numeric_limits<double>::infinity()}) {
+    for (const double number :
+         {std::nan(""), std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity()}) {
         JsonWriter json(JsonWriter::Layout::compact);
         json.value(number);
         EXPECT_EQ(json.text(), std::nullopt);
@@ -105,12 +105,14 @@ TEST(JsonWriter, TextIsEscapedAndStaysUtf8)
 TEST(JsonWriter, BytesThatAreNotUtf8BecomeReplacementCharacters)
 {
     const std::string mark = "\xEF\xBF\xBD";
-    EXPECT_EQ(compact("a\xFF""b"), "\"a" + mark + "b\"");
+    EXPECT_EQ(compact("a\xFF"
+                      "b"),
+              "\"a" + mark + "b\"");
     EXPECT_EQ(compact("\xC3"), "\"" + mark + "\"");
-    EXPECT_EQ(compact("\xC0\xAF"), "\"" + mark + mark + "\"");             // overlong
-    EXPECT_EQ(compact("\xED\xA0\x80"), "\"" + mark + mark + mark + "\"");  // surrogate
+    EXPECT_EQ(compact("\xC0\xAF"), "\"" + mark + mark + "\"");                       // overlong
+    EXPECT_EQ(compact("\xED\xA0\x80"), "\"" + mark + mark + mark + "\"");            // surrogate
     EXPECT_EQ(compact("\xF4\x90\x80\x80"), "\"" + mark + mark + mark + mark + "\""); // beyond Unicode
-    EXPECT_EQ(compact("\xF0\x9F\x94"), "\"" + mark + mark + mark + "\"");  // cut short
+    EXPECT_EQ(compact("\xF0\x9F\x94"), "\"" + mark + mark + mark + "\"");            // cut short
 }
 
 } // namespace

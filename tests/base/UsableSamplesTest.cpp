@@ -13,8 +13,8 @@ namespace {
 TEST(UsableSamples, WhatIsNoNumberOrNoSoundBecomesSilenceAndIsCounted)
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
-    std::array samples = {0.5F, std::numeric_limits<float>::quiet_NaN(), -infinity, infinity, -200.0F,
-                          3e38F, -1e20F, 1e-40F};
+    std::array samples = {
+        0.5F, std::numeric_limits<float>::quiet_NaN(), -infinity, infinity, -200.0F, 3e38F, -1e20F, 1e-40F};
     EXPECT_EQ(silenceUnusableSamples(samples), 4U);
     EXPECT_THAT(samples, testing::ElementsAre(0.5F, 0.0F, 0.0F, 0.0F, -200.0F, 0.0F, -1e20F, 1e-40F));
     EXPECT_EQ(silenceUnusableSamples({}), 0U);

@@ -23,7 +23,6 @@ using testing::ElementsAre;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
 
-
 class AudioMeasurementServiceTest : public testing::Test
 {
 protected:
@@ -153,7 +152,8 @@ TEST_F(AudioMeasurementServiceTest, StopPutsTheLevelsToZeroAndEndsTheRawSamples)
     const Subscription peakA = service->peakDBA.subscribe([&](double) { order.push_back("peakDBA"); });
     const Subscription alert = service->peakAlert.subscribe([&](bool) { order.push_back("peakAlert"); });
     service->stop();
-    EXPECT_THAT(order, ElementsAre("isRunning", "currentSPL", "currentDBC", "peakDBC", "peakDBA", "peakAlert"));
+    EXPECT_THAT(order,
+                ElementsAre("isRunning", "currentSPL", "currentDBC", "peakDBC", "peakDBA", "peakAlert"));
     EXPECT_FALSE(service->isRunning);
     EXPECT_EQ(service->currentSPL, 0);
     EXPECT_EQ(service->currentDBC, 0);
@@ -444,8 +444,9 @@ TEST_F(AudioMeasurementServiceTest, AnEngineThatCantBeRestartedIsReplaced)
     EXPECT_EQ(audio.engines.size(), 2U);
     EXPECT_TRUE(audio.engine().isStarted);
     EXPECT_EQ(first->tap, nullptr);
-    EXPECT_THAT(lines(), testing::HasSubstr("[Velmor] Engine restart after config change failed (still no luck) "
-                                            "— doing full restart\n"));
+    EXPECT_THAT(lines(),
+                testing::HasSubstr("[Velmor] Engine restart after config change failed (still no luck) "
+                                   "— doing full restart\n"));
 }
 
 TEST_F(AudioMeasurementServiceTest, AChangeAfterStopIsIgnored)

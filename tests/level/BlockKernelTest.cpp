@@ -24,8 +24,7 @@ public:
         , m_c(sampleRate)
         , m_plainA(sampleRate)
         , m_plainC(sampleRate)
-    {
-    }
+    {}
 
     /// \return whether samples, registers, sums and peaks are the same to the last bit.
     bool isIdentical(std::span<const float> block)
@@ -34,9 +33,9 @@ public:
             plainCScratch(8192, 7.0F);
         const auto result = m_kernel.weigh(m_a, m_c, block, aScratch, cScratch);
         const auto expected = test::weighPlainly(m_plainA, m_plainC, block, plainAScratch, plainCScratch);
-        return isSame(aScratch, plainAScratch) && isSame(cScratch, plainCScratch)
-               && isSame(m_a.states(), m_plainA.states()) && isSame(m_c.states(), m_plainC.states())
-               && isSame(result.a, expected.a) && isSame(result.c, expected.c);
+        return isSame(aScratch, plainAScratch) && isSame(cScratch, plainCScratch) &&
+               isSame(m_a.states(), m_plainA.states()) && isSame(m_c.states(), m_plainC.states()) &&
+               isSame(result.a, expected.a) && isSame(result.c, expected.c);
     }
 
 private:
@@ -50,8 +49,8 @@ private:
     }
     static bool isSame(const PathSums& x, const PathSums& y)
     {
-        return std::memcmp(&x.peak, &y.peak, sizeof x.peak) == 0
-               && std::memcmp(&x.sumOfSquares, &y.sumOfSquares, sizeof x.sumOfSquares) == 0;
+        return std::memcmp(&x.peak, &y.peak, sizeof x.peak) == 0 &&
+               std::memcmp(&x.sumOfSquares, &y.sumOfSquares, sizeof x.sumOfSquares) == 0;
     }
 
     BlockKernel m_kernel;
@@ -85,12 +84,12 @@ TEST(BlockKernel, EqualsThePlainFormBitForBitAtAllRatesAndBlockSizes)
 TEST(BlockKernel, EqualsThePlainFormOnSoundsThatAreNotNoise)
 {
     std::vector<std::vector<float>> sounds = {
-        std::vector<float>(1024),                        // digital silence
-        std::vector<float>(1024, -0.0F),                 // its negative
-        test::sine(997, 0.5, 48000, 1024),               // a tone
-        noise(1e-40, 1024),                              // denormal samples
-        noise(1e4, 1024),                                // far above full scale
-        noise(1e25, 1024),                               // so large that results overflow
+        std::vector<float>(1024),          // digital silence
+        std::vector<float>(1024, -0.0F),   // its negative
+        test::sine(997, 0.5, 48000, 1024), // a tone
+        noise(1e-40, 1024),                // denormal samples
+        noise(1e4, 1024),                  // far above full scale
+        noise(1e25, 1024),                 // so large that results overflow
     };
     std::vector<float> impulse(1024);
     impulse[500] = 1;

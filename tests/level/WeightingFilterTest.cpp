@@ -74,8 +74,8 @@ double aGainUnscaled(double frequency, double fs)
     const double high = warpedRatio(frequency, 737.86223, fs);
     const double top = warpedRatio(frequency, 12194.217, fs);
     const double bottom = warpedRatio(frequency, 20.598997, fs);
-    return bottom * bottom / (1 + bottom * bottom) * top * top / (1 + top * top) / std::sqrt(1 + low * low)
-           / std::sqrt(1 + high * high);
+    return bottom * bottom / (1 + bottom * bottom) * top * top / (1 + top * top) / std::sqrt(1 + low * low) /
+           std::sqrt(1 + high * high);
 }
 
 TEST(WeightingFilter, TheCurvesAt48KilohertzAreThoseOfTheTable)
@@ -185,8 +185,7 @@ TEST(WeightingFilter, EachSectionReadsWhatTheOneBeforeRounded)
 
 template <typename Filter>
 class EachFilter : public testing::Test
-{
-};
+{};
 using Filters = testing::Types<AWeightingFilter, CWeightingFilter>;
 TYPED_TEST_SUITE(EachFilter, Filters);
 

@@ -118,7 +118,10 @@ struct FakeAudio final : AudioHardware, AudioCapture
         return found != channelCounts.end() ? found->second : 0;
     }
     CaptureAuthorization authorizationStatus() const override { return authorization; }
-    void requestAccess(std::function<void(bool granted)> answer) override { accessAnswer = std::move(answer); }
+    void requestAccess(std::function<void(bool granted)> answer) override
+    {
+        accessAnswer = std::move(answer);
+    }
     std::shared_ptr<CaptureEngine> makeEngine() override
     {
         engines.push_back(std::make_shared<FakeEngine>());

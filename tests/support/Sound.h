@@ -15,7 +15,8 @@ inline std::vector<float> sine(double frequency, double amplitude, double sample
 {
     std::vector<float> samples(frames);
     for (std::size_t i = 0; i < frames; ++i) {
-        const double phase = 2 * std::numbers::pi * frequency * static_cast<double>(firstFrame + i) / sampleRate;
+        const double phase =
+            2 * std::numbers::pi * frequency * static_cast<double>(firstFrame + i) / sampleRate;
         samples[i] = static_cast<float>(amplitude * std::sin(phase));
     }
     return samples;

@@ -10,8 +10,7 @@ namespace velmor {
 
 Calendar::Calendar(const date::time_zone& zone)
     : m_zone(&zone)
-{
-}
+{}
 
 Calendar Calendar::current()
 {

@@ -64,15 +64,17 @@ std::optional<Date> dateFromIsoText(std::string_view text)
     if (!year || !month || !day || !hour || !minute || !second)
         return std::nullopt;
 
-    const chrono::year_month_day calendarDay(chrono::year(*year), chrono::month(static_cast<unsigned>(*month)),
+    const chrono::year_month_day calendarDay(chrono::year(*year),
+                                             chrono::month(static_cast<unsigned>(*month)),
                                              chrono::day(static_cast<unsigned>(*day)));
     if (!calendarDay.ok() || *hour > 23 || *minute > 59 || *second > 59)
         return std::nullopt;
 
-    const chrono::sys_seconds seconds =
-        chrono::sys_days(calendarDay) + chrono::hours(*hour) + chrono::minutes(*minute) + chrono::seconds(*second);
+    const chrono::sys_seconds seconds = chrono::sys_days(calendarDay) + chrono::hours(*hour) +
+                                        chrono::minutes(*minute) + chrono::seconds(*second);
     // Whole seconds reach further than nanoseconds do: compare before widening.
-    if (seconds < chrono::ceil<chrono::seconds>(Date::min()) || seconds > chrono::floor<chrono::seconds>(Date::max()))
+    if (seconds < chrono::ceil<chrono::seconds>(Date::min()) ||
+        seconds > chrono::floor<chrono::seconds>(Date::max()))
         return std::nullopt;
     return Date(seconds);
 }

@@ -30,8 +30,14 @@ private:
 #if defined(__SSE2__)
     using Register = unsigned;
     static constexpr Register flushBits = 0x8040; // FTZ (bit 15) and DAZ (bit 6) of MXCSR.
-    static Register controlRegister() { return _mm_getcsr(); }
-    static void setControlRegister(Register value) { _mm_setcsr(value); }
+    static Register controlRegister()
+    {
+        return _mm_getcsr();
+    }
+    static void setControlRegister(Register value)
+    {
+        _mm_setcsr(value);
+    }
 #elif defined(__aarch64__)
     using Register = std::uint64_t;
     static constexpr Register flushBits = Register(1) << 24; // FZ of FPCR covers operands and results.
@@ -41,11 +47,17 @@ private:
         asm volatile("mrs %0, fpcr" : "=r"(value));
         return value;
     }
-    static void setControlRegister(Register value) { asm volatile("msr fpcr, %0" : : "r"(value)); }
+    static void setControlRegister(Register value)
+    {
+        asm volatile("msr fpcr, %0" : : "r"(value));
+    }
 #else
     using Register = unsigned;
     static constexpr Register flushBits = 0;
-    static Register controlRegister() { return 0; }
+    static Register controlRegister()
+    {
+        return 0;
+    }
     static void setControlRegister(Register) {}
 #endif
 

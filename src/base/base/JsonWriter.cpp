@@ -19,7 +19,9 @@ constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 /// none.
 std::size_t utf8SequenceLength(std::string_view text)
 {
-    const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
+    const auto byte = [&](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    };
     const auto continues = [&](std::size_t i) { return (byte(i) & 0xC0U) == 0x80U; };
     const unsigned lead = byte(0);
     if (lead >= 0xC2 && lead <= 0xDF)
@@ -41,8 +43,7 @@ std::size_t utf8SequenceLength(std::string_view text)
 
 JsonWriter::JsonWriter(Layout layout)
     : m_layout(layout)
-{
-}
+{}
 
 void JsonWriter::beginObject()
 {
@@ -100,9 +101,10 @@ void JsonWriter::value(double number)
     char digits[32];
     // The shortest form of a large number can be a row of digits that readers take for an integer
     // which is too large for them.
-    const auto end = std::abs(number) < largestExactInteger
-                         ? std::to_chars(std::begin(digits), std::end(digits), number).ptr
-                         : std::to_chars(std::begin(digits), std::end(digits), number, std::chars_format::scientific).ptr;
+    const auto end =
+        std::abs(number) < largestExactInteger
+            ? std::to_chars(std::begin(digits), std::end(digits), number).ptr
+            : std::to_chars(std::begin(digits), std::end(digits), number, std::chars_format::scientific).ptr;
     m_text.append(digits, end);
 }
 

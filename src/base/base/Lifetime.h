@@ -12,8 +12,7 @@ class LifetimeWatch
 public:
     explicit LifetimeWatch(std::weak_ptr<const char> token)
         : m_token(std::move(token))
-    {
-    }
+    {}
 
     /// A closure that does nothing once the object is gone. To be run on the main thread.
     template <typename Function>

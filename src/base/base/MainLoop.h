@@ -44,8 +44,8 @@ public:
     /// by itself whether what it works on still exists.
     virtual void after(double seconds, Task task) = 0;
 
-    /// Runs the task every `seconds` (above 0), first after one interval, without drift. Firings that
-    /// the loop was too late for by a whole interval are left out. Main thread.
+    /// Runs the task every `seconds` (above 0), first after one interval, without drift. Where the loop
+    /// was busy, a single firing stands for all that fell due meanwhile. Main thread.
     [[nodiscard]] virtual Timer every(double seconds, Task task) = 0;
 
     /// A bell for one task. Main thread; the bell is destroyed there too, after which its task does

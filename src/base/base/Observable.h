@@ -49,8 +49,7 @@ public:
     Published(ObservableObject& owner, Value initial)
         : m_owner(owner)
         , m_value(std::move(initial))
-    {
-    }
+    {}
     Published(const Published&) = delete;
     Published& operator=(const Published&) = delete;
 

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 namespace velmor {
 
@@ -15,7 +16,10 @@ bool printsOnStandardError = false;
 void printLine(std::string_view text)
 {
     std::FILE* const stream = printsOnStandardError ? stderr : stdout;
-    fmt::print(stream, "[Velmor] {}\n", text);
+    // fmt::print would throw where the stream is closed or its disk full: a line that nobody reads is
+    // no reason to end.
+    const std::string line = fmt::format("[Velmor] {}\n", text);
+    std::fwrite(line.data(), 1, line.size(), stream);
     std::fflush(stream);
 }
 
@@ -26,7 +30,8 @@ void printLinesOnStandardError()
 
 void stopOnProgrammingError(std::string_view text)
 {
-    fmt::print(stderr, "[Velmor] programming error: {}\n", text);
+    const std::string line = fmt::format("[Velmor] programming error: {}\n", text);
+    std::fwrite(line.data(), 1, line.size(), stderr);
     std::abort();
 }
 

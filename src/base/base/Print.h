@@ -13,8 +13,8 @@ namespace velmor {
 void printLine(std::string_view text);
 
 template <typename... Arguments>
-void printLine(fmt::format_string<Arguments...> format, Arguments&&... arguments)
-    requires(sizeof...(Arguments) > 0)
+void printLine(fmt::format_string<Arguments...> format,
+               Arguments&&... arguments) requires(sizeof...(Arguments) > 0)
 {
     printLine(std::string_view(fmt::format(format, std::forward<Arguments>(arguments)...)));
 }

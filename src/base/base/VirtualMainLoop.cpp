@@ -13,8 +13,7 @@ public:
     PostingDoorbell(MainLoop& loop, Task task)
         : m_loop(loop)
         , m_task(std::make_shared<Task>(std::move(task)))
-    {
-    }
+    {}
 
     void ring() noexcept override
     {
@@ -33,8 +32,7 @@ private:
 
 VirtualMainLoop::VirtualMainLoop(Date start)
     : m_now(start)
-{
-}
+{}
 
 void VirtualMainLoop::post(Task task)
 {

@@ -61,8 +61,7 @@ DoseCalculator::DoseCalculator(MainLoop& loop, DefaultsStore& defaults, const Ca
     : m_loop(loop)
     , m_defaults(defaults)
     , m_calendar(calendar)
-{
-}
+{}
 
 void DoseCalculator::addMeasurement(double dBA, double dBC, double peakDBC, double peakDBA, Date at)
 {
@@ -138,7 +137,8 @@ void DoseCalculator::updateProjection(double currentDBA)
     if (currentDBA < thresholdLevelDB)
         return;
     const double doseFractionPerHour = 1 / hoursAllowedAt(currentDBA);
-    const double remainingHours = std::max(0.0, criterionDurationHours - accumulatedDose * criterionDurationHours);
+    const double remainingHours =
+        std::max(0.0, criterionDurationHours - accumulatedDose * criterionDurationHours);
     projectedDoseAtEndOfDay = (accumulatedDose + remainingHours * doseFractionPerHour) * 100;
 }
 

@@ -42,8 +42,8 @@ public:
     Published<std::int64_t> peakCount135{*this, 0};
     Published<std::int64_t> peakCount137{*this, 0};
     Published<std::int64_t> peakCount140{*this, 0};
-    Published<double> todayPeakDBC{*this, 0};            ///< The day's highest C-weighted peak, dBC.
-    Published<std::int64_t> peakDBACount115{*this, 0};   ///< Measurements with a peak at or above 115 dBA.
+    Published<double> todayPeakDBC{*this, 0};          ///< The day's highest C-weighted peak, dBC.
+    Published<std::int64_t> peakDBACount115{*this, 0}; ///< Measurements with a peak at or above 115 dBA.
 
     /// The band has changed, in either direction, through a measurement.
     std::function<void(DoseLevel)> onThresholdCrossed;

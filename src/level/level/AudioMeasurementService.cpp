@@ -156,8 +156,8 @@ void AudioMeasurementService::publishReports()
     m_reports.consume_all([this](const BlockReport& report) {
         if (report.droppedFrames > 0) {
             ++m_tooLongBlocks;
-            printLine("tap delivered {} frames > scratchCapacity ({}) — dropping buffer", report.droppedFrames,
-                      BlockProcessor::scratchCapacity);
+            printLine("tap delivered {} frames > scratchCapacity ({}) — dropping buffer",
+                      report.droppedFrames, BlockProcessor::scratchCapacity);
             return;
         }
         currentSPL = m_processor.smoothedDBA();

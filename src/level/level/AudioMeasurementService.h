@@ -31,10 +31,10 @@ public:
                             double calibrationOffset);
     ~AudioMeasurementService();
 
-    Published<double> currentSPL{*this, 0}; ///< Smoothed A-weighted level, dBA.
-    Published<double> currentDBC{*this, 0}; ///< Smoothed C-weighted level, dBC.
-    Published<double> peakDBC{*this, 0};    ///< C-weighted peak of the last block, dB.
-    Published<double> peakDBA{*this, 0};    ///< A-weighted peak of the last block, dB.
+    Published<double> currentSPL{*this, 0};  ///< Smoothed A-weighted level, dBA.
+    Published<double> currentDBC{*this, 0};  ///< Smoothed C-weighted level, dBC.
+    Published<double> peakDBC{*this, 0};     ///< C-weighted peak of the last block, dB.
+    Published<double> peakDBA{*this, 0};     ///< A-weighted peak of the last block, dB.
     Published<bool> isRunning{*this, false}; ///< Capture is on, or is being started.
     Published<bool> hasPermission{*this, false};
     Published<bool> peakAlert{*this, false}; ///< Whether the last block's peakDBC was 135 or above.

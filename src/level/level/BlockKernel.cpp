@@ -175,8 +175,7 @@ public:
         : m_coefficients(coefficients.data())
         , m_states(states.data())
         , m_scratch(scratch)
-    {
-    }
+    {}
 
     /// Takes the block's first samples section by section, each section `skew` samples less far than
     /// the one before it. Then loads the lanes.
@@ -208,7 +207,8 @@ public:
             Lanes before;
             widen(m_given[turn][g], before);
             m_groups[g].sum += before * before;
-            m_given[turn][g] = m_groups[g].step(g == 0 ? shiftedIn(sample, before) : shiftedUp(below, before));
+            m_given[turn][g] =
+                m_groups[g].step(g == 0 ? shiftedIn(sample, before) : shiftedUp(below, before));
             below = before;
         }
     }

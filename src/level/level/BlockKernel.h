@@ -37,8 +37,7 @@ public:
 
     explicit BlockKernel(VectorUnit unit = bestVectorUnit())
         : m_unit(unit)
-    {
-    }
+    {}
 
     struct Result
     {

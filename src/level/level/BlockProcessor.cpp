@@ -43,8 +43,7 @@ BlockProcessor::BlockProcessor(double calibrationOffset)
     , m_aScratch(scratchCapacity)
     , m_cScratch(scratchCapacity)
     , m_sampleRate(initialSampleRate)
-{
-}
+{}
 
 std::optional<BlockPeaks> BlockProcessor::process(const float* samples, std::size_t frames)
 {

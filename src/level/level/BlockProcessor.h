@@ -52,7 +52,10 @@ public:
     double smoothedDBC() const { return m_smoothedDBC.load(std::memory_order_relaxed); }
 
     /// Takes effect from the next block. Any thread.
-    void setCalibrationOffset(double decibels) { m_calibrationOffset.store(decibels, std::memory_order_relaxed); }
+    void setCalibrationOffset(double decibels)
+    {
+        m_calibrationOffset.store(decibels, std::memory_order_relaxed);
+    }
 
     /// Replaces the callback, or ends it with an empty function. When it returns, the callback that
     /// was there before does not run any more. Main thread, at any time.

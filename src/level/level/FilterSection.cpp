@@ -48,8 +48,8 @@ void normalizeGainAt1kHz(std::vector<SectionCoefficients>& coefficients, double 
         const double numeratorIm = b1 * sinW + b2 * sin2W;
         const double denominatorRe = 1.0 + a1 * cosW + a2 * cos2W;
         const double denominatorIm = a1 * sinW + a2 * sin2W;
-        gain *= std::sqrt(numeratorRe * numeratorRe + numeratorIm * numeratorIm)
-                / std::sqrt(denominatorRe * denominatorRe + denominatorIm * denominatorIm);
+        gain *= std::sqrt(numeratorRe * numeratorRe + numeratorIm * numeratorIm) /
+                std::sqrt(denominatorRe * denominatorRe + denominatorIm * denominatorIm);
     }
     if (!(gain > 0.0))
         return;

@@ -20,8 +20,7 @@ public:
 
     explicit MemoryDefaultsStore(Values values)
         : m_values(std::move(values))
-    {
-    }
+    {}
 
     std::optional<DefaultsValue> value(std::string_view key) const override
     {

@@ -1,0 +1,476 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <linux/PipeWireGraph.h>
+
+#include <fmt/format.h>
+
+#include <pipewire/extensions/metadata.h>
+#include <pipewire/node.h>
+#include <pipewire/pipewire.h>
+#include <spa/param/audio/raw.h>
+#include <spa/utils/json.h>
+
+#include <boost/signals2/signal.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <string_view>
+
+namespace velmor {
+
+namespace {
+
+constexpr std::uint32_t fallbackSampleRate = 48000;
+
+/// How long the constructor waits for the first picture of the graph.
+constexpr int firstPictureSeconds = 3;
+
+std::string textOf(const spa_dict* properties, const char* key)
+{
+    const char* value = properties ? spa_dict_lookup(properties, key) : nullptr;
+    return value ? value : "";
+}
+
+struct FreeNodeInfo
+{
+    void operator()(pw_node_info* info) const { pw_node_info_free(info); }
+};
+
+/// The entries of a list in any of the forms that "audio.position" has: "FL,FR", "[ FL FR ]".
+std::vector<std::string> entriesOf(std::string_view list)
+{
+    std::vector<std::string> entries;
+    constexpr std::string_view separators = " ,[]\"\t\n";
+    while (true) {
+        const auto start = list.find_first_not_of(separators);
+        if (start == std::string_view::npos)
+            return entries;
+        list.remove_prefix(start);
+        const auto length = std::min(list.find_first_of(separators), list.size());
+        entries.emplace_back(list.substr(0, length));
+        list.remove_prefix(length);
+    }
+}
+
+std::optional<std::uint32_t> numberOf(std::string_view text)
+{
+    std::uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return number;
+}
+
+/// The member "name" of a metadata value like {"name":"alsa_input.usb"}.
+std::string nameInJson(const char* text)
+{
+    spa_json outer;
+    spa_json inner;
+    spa_json_init(&outer, text, std::strlen(text));
+    if (spa_json_enter_object(&outer, &inner) <= 0)
+        return {};
+    char key[64];
+    while (spa_json_get_string(&inner, key, sizeof key) > 0) {
+        char value[1024];
+        if (spa_json_get_string(&inner, value, sizeof value) <= 0)
+            return {};
+        if (std::string_view(key) == "name")
+            return value;
+    }
+    return {};
+}
+
+} // namespace
+
+PipeWireLock::PipeWireLock(pw_thread_loop* loop)
+    : m_loop(loop)
+{
+    if (m_loop)
+        pw_thread_loop_lock(m_loop);
+}
+
+PipeWireLock::~PipeWireLock()
+{
+    if (m_loop)
+        pw_thread_loop_unlock(m_loop);
+}
+
+/// The connection to the server. All members are guarded by the loop thread's lock, which the loop
+/// thread holds while it runs a callback.
+class PipeWireGraph::Connection
+{
+public:
+    explicit Connection(MainLoop& mainLoop)
+        : m_changeBell(mainLoop.doorbell([this] { m_changed(); }))
+    {
+        pw_init(nullptr, nullptr);
+        m_loop = pw_thread_loop_new("velmor-pipewire", nullptr);
+        if (!m_loop)
+            return;
+        m_context = pw_context_new(pw_thread_loop_get_loop(m_loop), nullptr, 0);
+        if (!m_context || pw_thread_loop_start(m_loop) != 0)
+            return;
+
+        const PipeWireLock lock(m_loop);
+        m_core = pw_context_connect(m_context, nullptr, 0);
+        if (!m_core)
+            return;
+        pw_core_add_listener(m_core, &m_coreListener, &coreEvents, this);
+        m_registry = pw_core_get_registry(m_core, PW_VERSION_REGISTRY, 0);
+        pw_registry_add_listener(m_registry, &m_registryListener, &registryEvents, this);
+        // The first round brings the list of objects, the second what they say of themselves.
+        for (int round = 0; round < 2 && m_core; ++round) {
+            m_awaitedSequence = pw_core_sync(m_core, PW_ID_CORE, 0);
+            while (m_core && m_awaitedSequence != 0) {
+                if (pw_thread_loop_timed_wait(m_loop, firstPictureSeconds) != 0)
+                    return;
+            }
+        }
+    }
+
+    ~Connection()
+    {
+        if (m_loop)
+            pw_thread_loop_stop(m_loop);
+        disconnect();
+        if (m_context)
+            pw_context_destroy(m_context);
+        if (m_loop)
+            pw_thread_loop_destroy(m_loop);
+        pw_deinit();
+    }
+
+    struct Node
+    {
+        Connection* connection = nullptr;
+        pw_proxy* proxy = nullptr;
+        spa_hook listener = {};
+        AudioDevice device;
+        bool isSource = false;
+        bool isSink = false;
+        std::unique_ptr<pw_node_info, FreeNodeInfo> info; ///< What the node has said of itself so far.
+        std::vector<std::string> channelPositions;
+    };
+
+    std::vector<std::unique_ptr<Node>> m_nodes;
+    std::string m_defaultSourceName;
+    std::uint32_t m_sampleRate = fallbackSampleRate;
+    pw_thread_loop* m_loop = nullptr;
+    pw_core* m_core = nullptr;
+    /// Main thread only.
+    boost::signals2::signal<void()> m_changed;
+
+private:
+    struct Metadata
+    {
+        pw_proxy* proxy = nullptr;
+        spa_hook listener = {};
+        std::uint32_t id = PW_ID_ANY;
+    };
+
+    static const pw_core_events coreEvents;
+    static const pw_registry_events registryEvents;
+    static const pw_node_events nodeEvents;
+    static const pw_metadata_events metadataEvents;
+
+    void disconnect()
+    {
+        for (const auto& node : m_nodes)
+            release(node->listener, node->proxy);
+        m_nodes.clear();
+        for (Metadata* metadata : {&m_default, &m_settings}) {
+            release(metadata->listener, metadata->proxy);
+            metadata->id = PW_ID_ANY;
+        }
+        m_defaultSourceName.clear();
+        if (m_registry) {
+            spa_hook_remove(&m_registryListener);
+            pw_proxy_destroy(reinterpret_cast<pw_proxy*>(m_registry));
+            m_registry = nullptr;
+        }
+        if (m_core) {
+            spa_hook_remove(&m_coreListener);
+            pw_core_disconnect(m_core);
+            m_core = nullptr;
+        }
+    }
+
+    static void release(spa_hook& listener, pw_proxy*& proxy)
+    {
+        if (!proxy)
+            return;
+        spa_hook_remove(&listener);
+        pw_proxy_destroy(proxy);
+        proxy = nullptr;
+    }
+
+    void onDone(int sequence)
+    {
+        if (sequence != m_awaitedSequence)
+            return;
+        m_awaitedSequence = 0;
+        pw_thread_loop_signal(m_loop, false);
+    }
+
+    void onError(std::uint32_t id, int result)
+    {
+        if (id != PW_ID_CORE || result != -EPIPE)
+            return;
+        // The server has gone. The core may not be destroyed inside its own callback; without its
+        // objects the graph is empty.
+        m_isBroken = true;
+        for (const auto& node : m_nodes)
+            release(node->listener, node->proxy);
+        m_nodes.clear();
+        m_defaultSourceName.clear();
+        m_changeBell->ring();
+        pw_thread_loop_signal(m_loop, false);
+    }
+
+    void onGlobal(std::uint32_t id, const char* type, const spa_dict* properties)
+    {
+        if (std::string_view(type) == PW_TYPE_INTERFACE_Metadata) {
+            const std::string name = textOf(properties, PW_KEY_METADATA_NAME);
+            if (name == "default")
+                bind(m_default, id);
+            else if (name == "settings")
+                bind(m_settings, id);
+            return;
+        }
+        if (std::string_view(type) != PW_TYPE_INTERFACE_Node)
+            return;
+        const std::string mediaClass = textOf(properties, PW_KEY_MEDIA_CLASS);
+        const bool isDuplex = mediaClass == "Audio/Duplex";
+        const bool isSource = isDuplex || mediaClass == "Audio/Source" || mediaClass == "Audio/Source/Virtual";
+        const bool isSink = isDuplex || mediaClass == "Audio/Sink";
+        if (!isSource && !isSink)
+            return;
+
+        auto node = std::make_unique<Node>();
+        node->connection = this;
+        node->device.id = id;
+        node->isSource = isSource;
+        node->isSink = isSink;
+        describe(*node, properties);
+        node->proxy = static_cast<pw_proxy*>(
+            pw_registry_bind(m_registry, id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0));
+        if (!node->proxy)
+            return;
+        pw_node_add_listener(reinterpret_cast<pw_node*>(node->proxy), &node->listener, &nodeEvents, node.get());
+        m_nodes.push_back(std::move(node));
+        m_changeBell->ring();
+    }
+
+    void onGlobalRemove(std::uint32_t id)
+    {
+        for (Metadata* metadata : {&m_default, &m_settings}) {
+            if (metadata->id == id) {
+                release(metadata->listener, metadata->proxy);
+                metadata->id = PW_ID_ANY;
+            }
+        }
+        const auto gone = std::ranges::find(m_nodes, id, [](const auto& node) { return node->device.id; });
+        if (gone == m_nodes.end())
+            return;
+        release((*gone)->listener, (*gone)->proxy);
+        m_nodes.erase(gone);
+        m_changeBell->ring();
+    }
+
+    void bind(Metadata& metadata, std::uint32_t id)
+    {
+        release(metadata.listener, metadata.proxy);
+        metadata.proxy = static_cast<pw_proxy*>(
+            pw_registry_bind(m_registry, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
+        if (!metadata.proxy)
+            return;
+        metadata.id = id;
+        pw_metadata_add_listener(reinterpret_cast<pw_metadata*>(metadata.proxy), &metadata.listener,
+                                 &metadataEvents, this);
+    }
+
+    static void describe(Node& node, const spa_dict* properties)
+    {
+        AudioDevice& device = node.device;
+        device.uid = textOf(properties, PW_KEY_NODE_NAME);
+        if (device.uid.empty())
+            device.uid = fmt::format("{}", device.id);
+        device.name = textOf(properties, PW_KEY_NODE_DESCRIPTION);
+        if (device.name.empty())
+            device.name = textOf(properties, PW_KEY_NODE_NICK);
+        if (device.name.empty())
+            device.name = textOf(properties, PW_KEY_NODE_NAME);
+        if (device.name.empty())
+            device.name = "Unknown Device";
+        device.manufacturer = textOf(properties, PW_KEY_DEVICE_VENDOR_NAME);
+        if (device.manufacturer.empty())
+            device.manufacturer = "Unknown";
+    }
+
+    static void onNodeInfo(Node& node, const pw_node_info* update)
+    {
+        // An event brings only what has changed.
+        node.info.reset(pw_node_info_update(node.info.release(), update));
+        const pw_node_info* info = node.info.get();
+        if (!info)
+            return;
+        describe(node, info->props);
+        auto positions = entriesOf(textOf(info->props, SPA_KEY_AUDIO_POSITION));
+        std::size_t count = numberOf(textOf(info->props, SPA_KEY_AUDIO_CHANNELS)).value_or(0);
+        if (count == 0)
+            count = positions.size();
+        if (count == 0)
+            count = node.isSource ? info->n_output_ports : info->n_input_ports;
+        count = std::min<std::size_t>(count, SPA_AUDIO_MAX_CHANNELS);
+        positions.resize(count, "UNK");
+        node.channelPositions = std::move(positions);
+        node.connection->m_changeBell->ring();
+    }
+
+    void onMetadata(std::uint32_t subject, const char* key, const char* value)
+    {
+        const std::string_view name = key ? key : "";
+        if (subject != PW_ID_CORE)
+            return;
+        if (name == "default.audio.source") {
+            m_defaultSourceName = value ? nameInJson(value) : std::string();
+            m_changeBell->ring();
+        } else if (name == "clock.rate" || name == "clock.force-rate") {
+            // A forced rate of 0 means that none is forced.
+            const auto rate = numberOf(value ? value : "");
+            (name == "clock.rate" ? m_configuredRate : m_forcedRate) = rate.value_or(0);
+            m_sampleRate = m_forcedRate != 0 ? m_forcedRate : m_configuredRate;
+            if (m_sampleRate == 0)
+                m_sampleRate = fallbackSampleRate;
+            m_changeBell->ring();
+        }
+    }
+
+    pw_context* m_context = nullptr;
+    pw_registry* m_registry = nullptr;
+    spa_hook m_coreListener = {};
+    spa_hook m_registryListener = {};
+    Metadata m_default;
+    Metadata m_settings;
+    std::uint32_t m_configuredRate = fallbackSampleRate;
+    std::uint32_t m_forcedRate = 0;
+    int m_awaitedSequence = 0;
+    std::unique_ptr<Doorbell> m_changeBell;
+
+public:
+    bool m_isBroken = false;
+};
+
+const pw_core_events PipeWireGraph::Connection::coreEvents = {
+    .version = PW_VERSION_CORE_EVENTS,
+    .done = [](void* self, std::uint32_t, int sequence) { static_cast<Connection*>(self)->onDone(sequence); },
+    .error = [](void* self, std::uint32_t id, int, int result,
+                const char*) { static_cast<Connection*>(self)->onError(id, result); },
+};
+
+const pw_registry_events PipeWireGraph::Connection::registryEvents = {
+    .version = PW_VERSION_REGISTRY_EVENTS,
+    .global = [](void* self, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
+                 const spa_dict* properties) { static_cast<Connection*>(self)->onGlobal(id, type, properties); },
+    .global_remove = [](void* self,
+                        std::uint32_t id) { static_cast<Connection*>(self)->onGlobalRemove(id); },
+};
+
+const pw_node_events PipeWireGraph::Connection::nodeEvents = {
+    .version = PW_VERSION_NODE_EVENTS,
+    .info = [](void* node, const pw_node_info* info) { onNodeInfo(*static_cast<Node*>(node), info); },
+};
+
+const pw_metadata_events PipeWireGraph::Connection::metadataEvents = {
+    .version = PW_VERSION_METADATA_EVENTS,
+    .property = [](void* self, std::uint32_t subject, const char* key, const char*, const char* value) -> int {
+        static_cast<Connection*>(self)->onMetadata(subject, key, value);
+        return 0;
+    },
+};
+
+PipeWireGraph::PipeWireGraph(MainLoop& loop)
+    : m_connection(std::make_unique<Connection>(loop))
+{
+}
+
+PipeWireGraph::~PipeWireGraph() = default;
+
+std::vector<AudioDevice> PipeWireGraph::inputDevices() const
+{
+    const PipeWireLock lock(threadLoop());
+    std::vector<AudioDevice> devices;
+    for (const auto& node : m_connection->m_nodes) {
+        if (!node->isSource || (node->info && node->channelPositions.empty()))
+            continue;
+        devices.push_back(node->device);
+        devices.back().hasInput = true;
+    }
+    return devices;
+}
+
+std::vector<AudioDevice> PipeWireGraph::outputDevices() const
+{
+    const PipeWireLock lock(threadLoop());
+    std::vector<AudioDevice> devices;
+    for (const auto& node : m_connection->m_nodes) {
+        if (node->isSink)
+            devices.push_back(node->device);
+    }
+    return devices;
+}
+
+int PipeWireGraph::inputChannelCount(std::uint32_t deviceID) const
+{
+    const auto found = source(deviceID);
+    return found ? static_cast<int>(found->channelPositions.size()) : 0;
+}
+
+bool PipeWireGraph::isConnected() const
+{
+    const PipeWireLock lock(threadLoop());
+    return m_connection->m_core != nullptr && !m_connection->m_isBroken;
+}
+
+std::optional<PipeWireGraph::Source> PipeWireGraph::source(std::uint32_t id) const
+{
+    const PipeWireLock lock(threadLoop());
+    for (const auto& node : m_connection->m_nodes) {
+        if (node->isSource && node->device.id == id)
+            return Source{node->device.id, node->device.uid, node->channelPositions};
+    }
+    return std::nullopt;
+}
+
+std::optional<PipeWireGraph::Source> PipeWireGraph::defaultSource() const
+{
+    const PipeWireLock lock(threadLoop());
+    for (const auto& node : m_connection->m_nodes) {
+        if (node->isSource && node->device.uid == m_connection->m_defaultSourceName)
+            return Source{node->device.id, node->device.uid, node->channelPositions};
+    }
+    return std::nullopt;
+}
+
+std::uint32_t PipeWireGraph::sampleRate() const
+{
+    const PipeWireLock lock(threadLoop());
+    return m_connection->m_sampleRate;
+}
+
+Subscription PipeWireGraph::onChange(std::function<void()> callback)
+{
+    return m_connection->m_changed.connect(std::move(callback));
+}
+
+pw_core* PipeWireGraph::core() const
+{
+    return m_connection->m_isBroken ? nullptr : m_connection->m_core;
+}
+
+pw_thread_loop* PipeWireGraph::threadLoop() const
+{
+    return m_connection->m_loop;
+}
+
+} // namespace velmor

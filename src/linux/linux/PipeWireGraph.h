@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <base/MainLoop.h>
+#include <base/Observable.h>
+#include <platform/AudioHardware.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct pw_core;
+struct pw_thread_loop;
+
+namespace velmor {
+
+/// The picture of PipeWire's graph: which audio nodes there are, which source is the default, and at
+/// what rate the graph runs. A device's `id` is the node's number, its `uid` the node's name.
+///
+/// Main thread, but for the callbacks of PipeWire's own loop thread, which keep the picture.
+class PipeWireGraph final : public AudioHardware
+{
+public:
+    /// Connects, and waits a moment for the first picture. Without a server there are no devices.
+    explicit PipeWireGraph(MainLoop& loop);
+    ~PipeWireGraph() override;
+    PipeWireGraph(const PipeWireGraph&) = delete;
+    PipeWireGraph& operator=(const PipeWireGraph&) = delete;
+
+    /// A node that delivers sound.
+    struct Source
+    {
+        std::uint32_t id = 0;
+        std::string name;
+        /// One name of the "audio.position" vocabulary ("FL", "AUX0") for each channel.
+        std::vector<std::string> channelPositions;
+
+        bool operator==(const Source&) const = default;
+    };
+
+    std::vector<AudioDevice> inputDevices() const override;
+    std::vector<AudioDevice> outputDevices() const override;
+    int inputChannelCount(std::uint32_t deviceID) const override;
+
+    bool isConnected() const;
+    std::optional<Source> source(std::uint32_t id) const;
+    std::optional<Source> defaultSource() const;
+
+    /// The graph's rate in hertz, as it is configured.
+    std::uint32_t sampleRate() const;
+
+    /// Calls back on the main thread after the picture has changed.
+    [[nodiscard]] Subscription onChange(std::function<void()> callback);
+
+    /// For streams of this connection. Absent without a server.
+    pw_core* core() const;
+    pw_thread_loop* threadLoop() const;
+
+private:
+    class Connection;
+    std::unique_ptr<Connection> m_connection;
+};
+
+/// Holds PipeWire's loop thread still while it lives.
+class PipeWireLock
+{
+public:
+    explicit PipeWireLock(pw_thread_loop* loop);
+    ~PipeWireLock();
+    PipeWireLock(const PipeWireLock&) = delete;
+    PipeWireLock& operator=(const PipeWireLock&) = delete;
+
+private:
+    pw_thread_loop* m_loop;
+};
+
+} // namespace velmor

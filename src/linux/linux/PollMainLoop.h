@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <base/MainLoop.h>
+#include <base/TimerQueue.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace velmor {
+
+/// A main loop in real time for programs without a desktop. Timers run on the monotonic clock, so
+/// that setting the wall clock does not move them.
+class PollMainLoop final : public MainLoop
+{
+public:
+    PollMainLoop();
+    ~PollMainLoop() override;
+    PollMainLoop(const PollMainLoop&) = delete;
+    PollMainLoop& operator=(const PollMainLoop&) = delete;
+
+    Date now() const override;
+    void post(Task task) override;
+    void after(double seconds, Task task) override;
+    Timer every(double seconds, Task task) override;
+    std::unique_ptr<Doorbell> doorbell(Task task) override;
+
+    /// Runs on the calling thread, the main thread, until quit().
+    void run();
+
+    /// Ends run() after the task that is under way. Main thread.
+    void quit() { m_quits = true; }
+
+private:
+    class WakeUp;
+    class Bell;
+
+    void runPosted();
+    void runBells();
+
+    std::shared_ptr<WakeUp> m_wakeUp;
+    TimerQueue m_timers;
+    bool m_quits = false;
+    std::mutex m_postedMutex;
+    std::vector<Task> m_posted;
+    std::vector<std::weak_ptr<Bell>> m_bells;
+};
+
+} // namespace velmor

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <app/AppState.h>
+#include <base/VirtualMainLoop.h>
+#include <platform/MemoryDefaultsStore.h>
+#include <support/FakeAudio.h>
+#include <support/Sound.h>
+
+#include <gtest/gtest.h>
+
+namespace velmor {
+namespace {
+
+class AppStateTest : public testing::Test
+{
+protected:
+    AppStateTest() { testing::internal::CaptureStdout(); }
+    ~AppStateTest() override { testing::internal::GetCapturedStdout(); }
+
+    /// Blocks of a steady tone for so long, at the moments when they would come.
+    void sound(double seconds, double amplitude)
+    {
+        const Date end = loop.now() + nanosecondsFrom(seconds);
+        while (loop.now() < end) {
+            loop.runFor(1024.0 / 48000);
+            audio.engine().deliver(test::sine(1000, amplitude, 48000, 1024, m_frame));
+            loop.runPosted();
+            m_frame += 1024;
+        }
+    }
+
+    test::FakeAudio audio;
+    VirtualMainLoop loop{dateFromIsoText("2026-03-02T09:00:00Z").value()};
+    MemoryDefaultsStore defaults;
+    Calendar calendar = Calendar::inZone("UTC").value();
+
+private:
+    std::size_t m_frame = 0;
+};
+
+TEST_F(AppStateTest, TheTickCarriesThePublishedLevelsIntoTheDose)
+{
+    AppState hub({loop, audio, audio, defaults, calendar}, 100);
+    hub.audioService.start();
+    sound(60, 0.5);
+    // 90.97 dBA for a minute, but for the first ticks, at which the level is still rising.
+    const double level = test::levelOfSine(0.5, 100);
+    const double percentPerSecond = 100 / (8 * 3600 / std::pow(2, (level - 85) / 3));
+    EXPECT_NEAR(hub.doseCalculator.dosePercentage, 60 * percentPerSecond, 0.5 * percentPerSecond);
+    EXPECT_NEAR(hub.doseCalculator.todayPeakDBC, level + 3.01, 0.2);
+}
+
+TEST_F(AppStateTest, WithCaptureStoppedATickChangesNothing)
+{
+    AppState hub({loop, audio, audio, defaults, calendar}, 100);
+    loop.runFor(10);
+    EXPECT_TRUE(defaults.values().empty());
+    EXPECT_EQ(hub.doseCalculator.accumulatedDose, 0);
+
+    hub.audioService.start();
+    sound(2, 0.5);
+    const double dose = hub.doseCalculator.accumulatedDose;
+    ASSERT_GT(dose, 0);
+    hub.audioService.stop();
+    loop.runFor(10);
+    EXPECT_EQ(hub.doseCalculator.accumulatedDose, dose);
+}
+
+TEST_F(AppStateTest, APeakIsCountedOnceATickForAsLongAsItLasts)
+{
+    AppState hub({loop, audio, audio, defaults, calendar}, 94);
+    hub.audioService.start();
+    sound(1, 0.1);
+    sound(1, 150); // 137.5 dBC
+    EXPECT_NEAR(static_cast<double>(hub.doseCalculator.peakCount137), 10, 1);
+    EXPECT_EQ(hub.doseCalculator.peakCount140, 0);
+}
+
+TEST_F(AppStateTest, TheDayGoesOnAfterARestart)
+{
+    double dose = 0;
+    {
+        AppState hub({loop, audio, audio, defaults, calendar}, 100);
+        hub.audioService.start();
+        sound(5, 0.5);
+        dose = hub.doseCalculator.dosePercentage;
+    }
+    AppState hub({loop, audio, audio, defaults, calendar}, 100);
+    loop.runPosted();
+    EXPECT_EQ(hub.doseCalculator.dosePercentage, dose);
+}
+
+} // namespace
+} // namespace velmor

@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <level/AudioDeviceManager.h>
+#include <level/AudioMeasurementService.h>
+#include <linux/PipeWireCapture.h>
+#include <linux/PipeWireGraph.h>
+#include <linux/PollMainLoop.h>
+#include <support/PrivateAudioSession.h>
+#include <support/Sound.h>
+#include <support/WriteSound.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+namespace velmor {
+namespace {
+
+using test::levelOfSine;
+using test::PrivateAudioSession;
+
+/// Everything real but the microphone: a private PipeWire with a virtual one.
+class LiveCaptureTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!session.problem().empty()) {
+            const char* ci = std::getenv("CI");
+            ASSERT_FALSE(ci && std::string(ci) == "true") << "no PipeWire: " << session.problem();
+            GTEST_SKIP() << "no PipeWire can be started here: " << session.problem();
+        }
+        // 1 kHz reads the same in both weightings; 4 kHz reads 1.26 dB more in A, 0.53 dB less in C.
+        test::writeSound(session / "tones.wav",
+                         {test::sine(1000, 0.5, 48000, 60 * 48000), test::sine(4000, 0.2, 48000, 60 * 48000)}, 48000);
+        session.createMicrophone("testmic");
+        player = session.playInto("testmic", session / "tones.wav");
+
+        graph = std::make_unique<PipeWireGraph>(loop);
+        ASSERT_TRUE(graph->isConnected());
+        capture = std::make_unique<PipeWireCapture>(loop, *graph);
+        manager = std::make_unique<AudioDeviceManager>(*graph);
+        service = std::make_unique<AudioMeasurementService>(loop, *capture, *manager, 94);
+        service->onDeviceDisconnected = [this] { ++disconnections; };
+    }
+
+    void TearDown() override
+    {
+        service.reset();
+        manager.reset();
+        capture.reset();
+        graph.reset();
+        player.reset();
+    }
+
+    /// Lets the loop run until the condition holds; false if it never does.
+    bool runUntil(const std::function<bool()>& condition, double limitSeconds = 10)
+    {
+        bool holds = false;
+        const Timer check = loop.every(0.01, [&] {
+            holds = condition();
+            if (holds)
+                loop.quit();
+        });
+        bool isOver = false;
+        const Timer limit = loop.every(limitSeconds, [&] {
+            isOver = true;
+            loop.quit();
+        });
+        loop.run();
+        return holds && !isOver;
+    }
+
+    void runFor(double seconds)
+    {
+        const Timer timer = loop.every(seconds, [this] { loop.quit(); });
+        loop.run();
+    }
+
+    PrivateAudioSession session;
+    PollMainLoop loop;
+    std::unique_ptr<test::Companion> player;
+    std::unique_ptr<PipeWireGraph> graph;
+    std::unique_ptr<PipeWireCapture> capture;
+    std::unique_ptr<AudioDeviceManager> manager;
+    std::unique_ptr<AudioMeasurementService> service;
+    int disconnections = 0;
+};
+
+TEST_F(LiveCaptureTest, ListsTheMicrophoneWithItsChannels)
+{
+    const auto devices = graph->inputDevices();
+    const auto found = std::ranges::find(devices, "testmic", &AudioDevice::uid);
+    ASSERT_NE(found, devices.end());
+    EXPECT_EQ(found->name, "Test Microphone");
+    EXPECT_EQ(found->displayName(), "Test Microphone");
+    EXPECT_TRUE(found->hasInput);
+    EXPECT_EQ(graph->inputChannelCount(found->id), 2);
+    EXPECT_EQ(graph->inputChannelCount(found->id + 1000), 0);
+}
+
+TEST_F(LiveCaptureTest, MeasuresTheChannelThatIsChosenAndNoOther)
+{
+    ASSERT_TRUE(service->hasPermission);
+    manager->selectDevice("testmic");
+    service->start();
+    ASSERT_TRUE(service->isRunning);
+    runFor(2);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+    EXPECT_NEAR(service->currentDBC, levelOfSine(0.5, 94), 0.2);
+    EXPECT_NEAR(service->peakDBA, levelOfSine(0.5, 94) + 3.01, 0.2);
+    EXPECT_EQ(service->currentSampleRate(), 48000);
+
+    manager->selectedChannelIndex = 1;
+    service->switchDevice();
+    runFor(2);
+    ASSERT_TRUE(service->isRunning);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(0.2, 94) + 1.26, 0.2);
+    EXPECT_NEAR(service->currentDBC, levelOfSine(0.2, 94) - 0.53, 0.2);
+    EXPECT_EQ(service->droppedBlocks(), 0U);
+    service->stop();
+    EXPECT_EQ(service->currentSPL, 0);
+}
+
+TEST_F(LiveCaptureTest, TheSystemDefaultIsMeasuredWithoutASelection)
+{
+    ASSERT_TRUE(runUntil([this] { return graph->defaultSource().has_value(); }));
+    service->start();
+    ASSERT_TRUE(service->isRunning);
+    runFor(2);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+}
+
+TEST_F(LiveCaptureTest, ADeviceThatIsRemovedEndsCaptureAndOneThatComesBackCanBeStartedAgain)
+{
+    // Another microphone stands by: it must not be taken in silence.
+    session.createMicrophone("othermic");
+    ASSERT_TRUE(runUntil([this] { return graph->inputDevices().size() == 2; }));
+    manager->refreshDevices();
+    manager->selectDevice("testmic");
+    service->start();
+    ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
+
+    session.removeMicrophone("testmic");
+    ASSERT_TRUE(runUntil([this] { return disconnections == 1; }));
+    EXPECT_FALSE(service->isRunning);
+    EXPECT_EQ(service->currentSPL, 0);
+    EXPECT_EQ(service->peakDBC, 0);
+    EXPECT_EQ(manager->selectedDeviceID(), std::nullopt);
+    EXPECT_EQ(manager->selectedDeviceUID.get(), "testmic");
+    runFor(1);
+    EXPECT_EQ(disconnections, 1);
+    EXPECT_FALSE(service->isRunning);
+
+    player.reset();
+    session.createMicrophone("testmic");
+    player = session.playInto("testmic", session / "tones.wav");
+    ASSERT_TRUE(runUntil([this] {
+        manager->refreshDevices();
+        return manager->selectedDeviceID().has_value();
+    }));
+    service->start();
+    ASSERT_TRUE(service->isRunning);
+    runFor(2);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+    EXPECT_EQ(disconnections, 1);
+}
+
+TEST_F(LiveCaptureTest, StartingAndStoppingManyTimesWorksEachTime)
+{
+    manager->selectDevice("testmic");
+    for (int i = 0; i < 20; ++i) {
+        service->start();
+        ASSERT_TRUE(service->isRunning);
+        ASSERT_TRUE(runUntil([this] { return service->currentSPL > 0; })) << i;
+        service->stop();
+        ASSERT_EQ(service->currentSPL, 0);
+    }
+}
+
+TEST_F(LiveCaptureTest, AChannelThatTheDeviceDoesNotHaveFallsBackToItsFirst)
+{
+    manager->selectDevice("testmic");
+    manager->selectedChannelIndex = 7;
+    testing::internal::CaptureStdout();
+    service->start();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "[Velmor] setChannelMap: failed (-22) — falling back to default mapping\n");
+    ASSERT_TRUE(service->isRunning);
+    runFor(2);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+}
+
+} // namespace
+} // namespace velmor

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <linux/PollMainLoop.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace velmor {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(PollMainLoop, RunsPostedTasksInOrderAndTimersWhenTheyAreDue)
+{
+    PollMainLoop loop;
+    std::vector<std::string> events;
+    const auto start = std::chrono::steady_clock::now();
+    loop.after(0.05, [&] {
+        events.push_back("timer");
+        loop.quit();
+    });
+    loop.post([&] {
+        events.push_back("first");
+        loop.post([&] { events.push_back("third"); });
+    });
+    loop.post([&] { events.push_back("second"); });
+    loop.run();
+    EXPECT_THAT(events, ElementsAre("first", "second", "third", "timer"));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+}
+
+TEST(PollMainLoop, ARepeatingTimerEndsWithItsHandle)
+{
+    PollMainLoop loop;
+    int ticks = 0;
+    Timer timer = loop.every(0.001, [&] {
+        if (++ticks == 5)
+            timer.reset();
+    });
+    loop.after(0.05, [&] { loop.quit(); });
+    loop.run();
+    EXPECT_EQ(ticks, 5);
+}
+
+TEST(PollMainLoop, AfterABusyTimeARepeatingTimerFiresOnceForAllThatFellDue)
+{
+    PollMainLoop loop;
+    std::vector<std::chrono::steady_clock::duration> ticks;
+    const auto start = std::chrono::steady_clock::now();
+    const Timer timer = loop.every(0.01, [&] {
+        ticks.push_back(std::chrono::steady_clock::now() - start);
+        if (ticks.size() == 1)
+            std::this_thread::sleep_for(std::chrono::milliseconds(105));
+        if (ticks.size() == 3)
+            loop.quit();
+    });
+    loop.run();
+    // The first at 10 ms is busy until 115 ms at least; one comes at once, then the next multiple.
+    EXPECT_GE(ticks[1], std::chrono::milliseconds(115));
+    EXPECT_GE(ticks[2], std::chrono::milliseconds(120));
+}
+
+TEST(PollMainLoop, TasksMayComeFromAnyThread)
+{
+    PollMainLoop loop;
+    int runs = 0;
+    std::thread other([&] {
+        for (int i = 0; i < 1000; ++i)
+            loop.post([&] { ++runs; });
+        loop.post([&] { loop.quit(); });
+    });
+    loop.run();
+    other.join();
+    EXPECT_EQ(runs, 1000);
+}
+
+TEST(PollMainLoop, ABellRingsFromAnyThreadAndNoRingIsLost)
+{
+    PollMainLoop loop;
+    std::atomic<int> produced = 0;
+    int consumed = 0;
+    auto bell = loop.doorbell([&] {
+        consumed = produced;
+        if (consumed == 10000)
+            loop.quit();
+    });
+    std::thread other([&] {
+        for (int i = 0; i < 10000; ++i) {
+            ++produced;
+            bell->ring();
+        }
+    });
+    loop.run();
+    other.join();
+    EXPECT_EQ(consumed, 10000);
+}
+
+TEST(PollMainLoop, ABellThatIsGoneRunsNothing)
+{
+    PollMainLoop loop;
+    int runs = 0;
+    auto bell = loop.doorbell([&] { ++runs; });
+    bell->ring();
+    bell.reset();
+    loop.after(0.01, [&] { loop.quit(); });
+    loop.run();
+    EXPECT_EQ(runs, 0);
+}
+
+TEST(PollMainLoop, TheClockIsTheWallClock)
+{
+    const PollMainLoop loop;
+    const auto difference = secondsBetween(loop.now(), std::chrono::system_clock::now());
+    EXPECT_NEAR(difference, 0, 5);
+}
+
+} // namespace
+} // namespace velmor

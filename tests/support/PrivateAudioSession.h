@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <support/RunProgram.h>
+#include <support/TemporaryFolder.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <sys/stat.h>
+
+namespace velmor::test {
+
+/// A process that ends with the object.
+class Companion
+{
+public:
+    explicit Companion(const std::vector<std::string>& command, const std::string& logFile = "/dev/null")
+        : m_process(spawn(command, logFile, logFile))
+    {
+    }
+    ~Companion()
+    {
+        ::kill(m_process, SIGTERM);
+        for (int i = 0; i < 200; ++i) {
+            if (::waitpid(m_process, nullptr, WNOHANG) != 0)
+                return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        ::kill(m_process, SIGKILL);
+        ::waitpid(m_process, nullptr, 0);
+    }
+    Companion(const Companion&) = delete;
+    Companion& operator=(const Companion&) = delete;
+
+private:
+    pid_t m_process;
+};
+
+/// A D-Bus session, a PipeWire and a WirePlumber of the test's own, in a folder of its own. The test's
+/// environment points to them while the object lives.
+class PrivateAudioSession
+{
+public:
+    PrivateAudioSession()
+    {
+        ::chmod(m_folder.path().c_str(), 0700);
+        for (const auto& [name, value] : {std::pair("XDG_RUNTIME_DIR", m_folder.path().native()),
+                                          std::pair("HOME", m_folder.path().native()),
+                                          std::pair("XDG_CONFIG_HOME", (m_folder / "config").native()),
+                                          std::pair("XDG_STATE_HOME", (m_folder / "state").native()),
+                                          std::pair("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + socket("bus")),
+                                          std::pair("PIPEWIRE_RUNTIME_DIR", m_folder.path().native())})
+            ::setenv(name, value.c_str(), 1);
+        try {
+            m_companions.push_back(std::make_unique<Companion>(
+                std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile",
+                                         "--address=unix:path=" + socket("bus")},
+                log("bus")));
+            waitForFile("bus");
+            m_companions.push_back(std::make_unique<Companion>(std::vector<std::string>{"pipewire"}, log("pipewire")));
+            waitForFile("pipewire-0");
+            m_companions.push_back(
+                std::make_unique<Companion>(std::vector<std::string>{"wireplumber"}, log("wireplumber")));
+        } catch (const std::runtime_error& error) {
+            m_problem = error.what();
+        }
+    }
+    ~PrivateAudioSession()
+    {
+        while (!m_companions.empty())
+            m_companions.pop_back();
+    }
+    PrivateAudioSession(const PrivateAudioSession&) = delete;
+    PrivateAudioSession& operator=(const PrivateAudioSession&) = delete;
+
+    /// Why the session could not be started; empty if it was.
+    const std::string& problem() const { return m_problem; }
+
+    std::filesystem::path operator/(const char* name) const { return m_folder / name; }
+
+    /// A virtual microphone of two channels. What is played into its inputs comes out of it.
+    void createMicrophone(const std::string& name) const
+    {
+        run({"pw-cli", "create-node", "adapter",
+             "{ factory.name=support.null-audio-sink node.name=" + name
+                 + " node.description=\"Test Microphone\" media.class=Audio/Source/Virtual object.linger=true "
+                   "audio.position=[FL FR] }"});
+        waitUntil([&] { return run({"pw-link", "-i"}).output.find(name + ":input_FR") != std::string::npos; });
+    }
+
+    void removeMicrophone(const std::string& name) const { run({"pw-cli", "destroy", name}); }
+
+    /// Plays a sound file of two channels into the microphone until the result is destroyed. The
+    /// session manager links players to loudspeakers only, so the ports are linked here.
+    std::unique_ptr<Companion> playInto(const std::string& microphone, const std::string& file) const
+    {
+        auto player = std::make_unique<Companion>(
+            std::vector<std::string>{"pw-cat", "--playback", "--target", "0", file}, log("player"));
+        for (const char* channel : {"FL", "FR"}) {
+            waitUntil([&] {
+                return run({"pw-link", std::string("pw-cat:output_") + channel,
+                            microphone + ":input_" + channel}).status == 0;
+            });
+        }
+        return player;
+    }
+
+    /// Repeats the question every 20 ms until it is answered with yes, at most 10 seconds long.
+    template <typename Question>
+    static bool waitUntil(Question question)
+    {
+        for (int i = 0; i < 500; ++i) {
+            if (question())
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return false;
+    }
+
+private:
+    std::string socket(const char* name) const { return (m_folder / name).native(); }
+    std::string log(const std::string& name) const { return (m_folder / (name + ".log")).native(); }
+
+    void waitForFile(const char* name) const
+    {
+        if (!waitUntil([&] { return std::filesystem::exists(m_folder / name); }))
+            throw std::runtime_error(std::string(name) + " did not appear");
+    }
+
+    TemporaryFolder m_folder;
+    std::vector<std::unique_ptr<Companion>> m_companions;
+    std::string m_problem;
+};
+
+} // namespace velmor::test

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <support/TemporaryFolder.h>
+
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace velmor::test {
+
+/// A program of the build, which the test's registration names in the environment.
+inline std::string programPath(const char* variable)
+{
+    const char* path = std::getenv(variable);
+    if (!path)
+        throw std::runtime_error(std::string(variable) + " is not set: run the test through ctest");
+    return path;
+}
+
+inline pid_t spawn(const std::vector<std::string>& command, const std::string& outputFile = "/dev/null",
+                   const std::string& errorFile = "/dev/null")
+{
+    std::vector<char*> arguments;
+    for (const auto& word : command)
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    ::posix_spawn_file_actions_addopen(&actions, 1, outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ::posix_spawn_file_actions_addopen(&actions, 2, errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    pid_t process = -1;
+    const int error = ::posix_spawnp(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        throw std::runtime_error("can't start " + command[0]);
+    return process;
+}
+
+struct Outcome
+{
+    int status = -1; ///< Exit status; negative for the number of the signal that ended it.
+    std::string output;
+    std::string error;
+    long peakMemoryKiB = 0;
+};
+
+/// Runs a program to its end.
+inline Outcome run(const std::vector<std::string>& command)
+{
+    const TemporaryFolder folder;
+    const pid_t process = spawn(command, folder / "output", folder / "error");
+    int status = 0;
+    rusage usage = {};
+    ::wait4(process, &status, 0, &usage);
+    Outcome outcome;
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    outcome.output = contentOf(folder / "output");
+    outcome.error = contentOf(folder / "error");
+    outcome.peakMemoryKiB = usage.ru_maxrss;
+    return outcome;
+}
+
+} // namespace velmor::test
