@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <base/Print.h>
+#include <meter/FileMeasurement.h>
+#include <meter/LiveMeasurement.h>
+#include <meter/MeterError.h>
+#include <meter/Options.h>
+#include <meter/Summary.h>
+
+#include <fmt/format.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include <unistd.h>
+
+namespace {
+
+using namespace velmor;
+
+constexpr int badInputStatus = 2;
+constexpr int interruptedStatus = 128 + SIGINT;
+
+volatile std::sig_atomic_t interrupted = 0;
+
+/// Lets the measurement end by itself, so that no half-written file stays behind.
+void interruptOnSignals()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) { interrupted = 1; };
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+}
+
+/// A bar on the terminal, for files that take a moment.
+class ProgressBar
+{
+public:
+    ~ProgressBar() { clear(); }
+
+    void clear()
+    {
+        if (std::exchange(m_percent, 0) > 0)
+            fmt::print(stderr, "\r\x1b[K");
+    }
+
+    void show(double share)
+    {
+        constexpr int width = 40;
+        const int percent = static_cast<int>(share * 100);
+        if (!m_isTerminal || percent <= m_percent)
+            return;
+        m_percent = percent;
+        const int filled = percent * width / 100;
+        fmt::print(stderr, "\r[{:█<{}}{:░<{}}] {:3} %", "", filled, "", width - filled, percent);
+        std::fflush(stderr);
+    }
+
+private:
+    bool m_isTerminal = ::isatty(STDERR_FILENO) == 1;
+    int m_percent = 0;
+};
+
+void print(const std::string& result)
+{
+    const bool isPrinted =
+        std::fwrite(result.data(), 1, result.size(), stdout) == result.size() && std::fflush(stdout) == 0;
+    if (!isPrinted)
+        throw MeterError("standard output can't be written");
+}
+
+std::string textOf(const Options& options, const Summary& summary)
+{
+    return options.json ? jsonText(summary) : humanText(summary);
+}
+
+int run(const Options& options)
+{
+    switch (options.task) {
+    case Options::Task::listDevices:
+        print(deviceList(options.json));
+        return EXIT_SUCCESS;
+    case Options::Task::measureLive:
+        print(textOf(options, measureLive(options, interrupted)));
+        return EXIT_SUCCESS;
+    case Options::Task::measureFile:
+        break;
+    }
+
+    ProgressBar bar;
+    const auto summary = measureFile(options, [&bar](double share) {
+        bar.show(share);
+        return interrupted != 0;
+    });
+    if (!summary)
+        return interruptedStatus;
+    bar.clear();
+    print(textOf(options, *summary));
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    try {
+        const auto parsed = parseOptions(argumentCount, arguments);
+        if (const auto* exit = std::get_if<EarlyExit>(&parsed))
+            return exit->status;
+        printLinesOnStandardError();
+        interruptOnSignals();
+        return run(std::get<Options>(parsed));
+    } catch (const MeterError& error) {
+        fmt::print(stderr, "velmor-meter: {}\n", error.what());
+        return badInputStatus;
+    }
+}

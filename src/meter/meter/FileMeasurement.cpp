@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <meter/FileMeasurement.h>
+
+#include <app/AppState.h>
+#include <base/FlushToZero.h>
+#include <base/VirtualMainLoop.h>
+#include <meter/FileInput.h>
+#include <meter/LevelLog.h>
+#include <meter/MeterError.h>
+#include <meter/SoundFile.h>
+#include <platform/MemoryDefaultsStore.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+
+namespace velmor {
+
+namespace {
+
+/// At twice the frequency of its upper corner the A-weighting's bilinear transform has no value, and
+/// below it the filter diverges.
+constexpr double lowestSampleRate = 2 * 12194.217;
+
+constexpr std::chrono::nanoseconds tickInterval = std::chrono::milliseconds(100);
+
+/// How long the given number of frames sounds, to the nanosecond below.
+std::chrono::nanoseconds duration(std::int64_t frames, int sampleRate)
+{
+    const std::int64_t seconds = frames / sampleRate;
+    const std::int64_t rest = frames % sampleRate;
+    return std::chrono::seconds(seconds) + std::chrono::nanoseconds(rest * 1'000'000'000 / sampleRate);
+}
+
+/// The first tick at or after a moment; there is none at the start itself.
+std::chrono::nanoseconds tickAtOrAfter(std::chrono::nanoseconds moment)
+{
+    const auto ticks = (moment + tickInterval - std::chrono::nanoseconds(1)) / tickInterval;
+    return std::max<std::int64_t>(ticks, 1) * tickInterval;
+}
+
+void check(const Options& options, const SoundFile& file)
+{
+    if (options.channel > file.channelCount())
+        throw MeterError(fmt::format("{}: no channel {}, the file has {}", options.file, options.channel,
+                                     file.channelCount()));
+    if (file.sampleRate() <= lowestSampleRate)
+        throw MeterError(fmt::format("{}: a sample rate of {} Hz is too low for A-weighting (above {:.0f} Hz)",
+                                     options.file, file.sampleRate(), lowestSampleRate));
+}
+
+} // namespace
+
+std::optional<Summary> measureFile(const Options& options, const std::function<bool(double share)>& progress)
+{
+    SoundFile file(options.file);
+    check(options, file);
+    LevelLog log(options.blocksPath, options.ticksPath);
+
+    const Date start = options.start.value_or(std::chrono::system_clock::now());
+    VirtualMainLoop loop(start);
+    FileInput input(file);
+    MemoryDefaultsStore defaults;
+    AppState hub({loop, input, input, defaults, options.calendar}, options.calibrationOffset);
+    hub.doseCalculator.conservativeMode = options.conservative;
+    hub.deviceManager.selectDevice(FileInput::uid);
+    hub.deviceManager.selectedChannelIndex = options.channel - 1;
+    log.follow(loop, hub);
+
+    Summary summary;
+    summary.file = options.file;
+    summary.channel = options.channel;
+    summary.channelCount = file.channelCount();
+    summary.calibrationOffset = options.calibrationOffset;
+    summary.conservative = options.conservative;
+
+    const FlushToZero flushToZero;
+    hub.audioService.start();
+    while (const std::size_t frames = input.readBlock()) {
+        summary.frames += static_cast<std::int64_t>(frames);
+        loop.runBefore(start + duration(summary.frames, file.sampleRate()));
+        input.deliverBlock();
+        loop.runPosted();
+        if (log.blockCount() % 1024 == 0) {
+            const auto total = static_cast<double>(file.frameCount().value_or(0));
+            const double share = total > 0 ? std::min(static_cast<double>(summary.frames) / total, 1.0) : 0;
+            if (progress(share))
+                return std::nullopt;
+        }
+    }
+    loop.runUntil(start + tickAtOrAfter(duration(summary.frames, file.sampleRate())));
+
+    summary.blocks = log.blockCount();
+    summary.take(hub);
+    hub.audioService.stop();
+    log.commit();
+    return summary;
+}
+
+} // namespace velmor

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <meter/LiveMeasurement.h>
+
+#include <app/AppState.h>
+#include <base/JsonWriter.h>
+#include <linux/PipeWireCapture.h>
+#include <linux/PipeWireGraph.h>
+#include <linux/PollMainLoop.h>
+#include <meter/LevelLog.h>
+#include <meter/MeterError.h>
+#include <platform/MemoryDefaultsStore.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace velmor {
+
+namespace {
+
+constexpr double interruptionCheckSeconds = 0.05;
+constexpr std::int64_t framesPerBlock = 1024;
+
+void checkConnection(const PipeWireGraph& graph)
+{
+    if (!graph.isConnected())
+        throw MeterError("no connection to PipeWire: is it running in this session?");
+}
+
+/// \return the number of channels of the input that is asked for.
+int check(const Options& options, const PipeWireGraph& graph)
+{
+    checkConnection(graph);
+    std::optional<PipeWireGraph::Source> source = graph.defaultSource();
+    if (!options.device.empty()) {
+        const auto devices = graph.inputDevices();
+        const auto found = std::ranges::find(devices, options.device, &AudioDevice::uid);
+        if (found == devices.end())
+            throw MeterError(fmt::format("{}: no such input device (see --list-devices)", options.device));
+        source = graph.source(found->id);
+    }
+    if (!source)
+        throw MeterError("the system has no input device");
+    const int channelCount = static_cast<int>(source->channelPositions.size());
+    if (options.channel > channelCount)
+        throw MeterError(fmt::format("{}: no channel {}, the device has {}", source->name, options.channel,
+                                     channelCount));
+    return channelCount;
+}
+
+} // namespace
+
+Summary measureLive(const Options& options, const volatile std::sig_atomic_t& interrupted)
+{
+    PollMainLoop loop;
+    PipeWireGraph graph(loop);
+    const int channelCount = check(options, graph);
+    LevelLog log(options.blocksPath, options.ticksPath);
+
+    PipeWireCapture capture(loop, graph);
+    MemoryDefaultsStore defaults;
+    AppState hub({loop, capture, graph, defaults, options.calendar}, options.calibrationOffset);
+    hub.doseCalculator.conservativeMode = options.conservative;
+    hub.deviceManager.selectDevice(options.device);
+    hub.deviceManager.selectedChannelIndex = options.channel - 1;
+    log.follow(loop, hub);
+
+    Summary summary;
+    summary.device = options.device;
+    summary.channel = options.channel;
+    summary.channelCount = channelCount;
+    summary.calibrationOffset = options.calibrationOffset;
+    summary.conservative = options.conservative;
+
+    bool isLost = false;
+    hub.audioService.onDeviceDisconnected = [&] {
+        isLost = true;
+        loop.quit();
+    };
+    hub.audioService.start();
+    if (!hub.audioService.isRunning)
+        throw MeterError("capture could not be started");
+    const Timer interruptionCheck = loop.every(interruptionCheckSeconds, [&] {
+        if (interrupted)
+            loop.quit();
+    });
+    if (options.seconds)
+        loop.after(*options.seconds, [&] { loop.quit(); });
+    loop.run();
+    if (isLost)
+        throw MeterError(fmt::format("{}: the input device was disconnected", options.device));
+    if (!hub.audioService.isRunning)
+        throw MeterError("capture ended: the input can't be measured any more");
+
+    summary.blocks = log.blockCount();
+    summary.frames = summary.blocks * framesPerBlock;
+    summary.take(hub);
+    hub.audioService.stop();
+    log.commit();
+    return summary;
+}
+
+std::string deviceList(bool json)
+{
+    PollMainLoop loop;
+    const PipeWireGraph graph(loop);
+    checkConnection(graph);
+    const auto defaultSource = graph.defaultSource();
+    const auto isDefault = [&](const AudioDevice& device) {
+        return defaultSource && defaultSource->name == device.uid;
+    };
+
+    if (!json) {
+        std::string text;
+        for (const AudioDevice& device : graph.inputDevices()) {
+            const int channels = graph.inputChannelCount(device.id);
+            fmt::format_to(std::back_inserter(text), "{} {}\n    {}, {} channel{}\n", isDefault(device) ? '*' : ' ',
+                           device.uid, device.displayName(), channels, channels == 1 ? "" : "s");
+        }
+        return text.empty() ? "No input devices.\n" : text + "\n* the system's default\n";
+    }
+
+    JsonWriter writer(JsonWriter::Layout::pretty);
+    writer.beginArray();
+    for (const AudioDevice& device : graph.inputDevices()) {
+        writer.beginObject();
+        writer.member("uid", std::string_view(device.uid));
+        writer.member("name", std::string_view(device.name));
+        writer.member("manufacturer", std::string_view(device.manufacturer));
+        writer.member("channelCount", std::int64_t(graph.inputChannelCount(device.id)));
+        writer.member("isDefault", isDefault(device));
+        writer.endObject();
+    }
+    writer.endArray();
+    return writer.text().value() + "\n";
+}
+
+} // namespace velmor

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <meter/Options.h>
+
+#include <meter/MeterError.h>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <system_error>
+
+namespace velmor {
+
+namespace {
+
+constexpr auto footer = R"(Examples:
+  velmor-meter mix.wav
+  velmor-meter --offset 118.5 --json --ticks ticks.ndjson mix.flac
+  velmor-meter --list-devices
+  velmor-meter --live --device alsa_input.usb-measurement_mic --channel 2 --seconds 60)";
+
+/// Whether writing to the one would harm the other.
+bool isSameFile(const std::string& a, const std::string& b)
+{
+    if (a.empty() || b.empty())
+        return false;
+    std::error_code error;
+    const auto place = [&error](const std::string& path) {
+        return std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
+    };
+    const bool isSame = place(a) == place(b) || std::filesystem::equivalent(a, b, error);
+    return isSame && (!std::filesystem::exists(a, error) || std::filesystem::is_regular_file(a, error));
+}
+
+void checkPaths(const Options& options)
+{
+    for (const auto& [a, b] : {std::pair(options.file, options.blocksPath),
+                               std::pair(options.file, options.ticksPath),
+                               std::pair(options.blocksPath, options.ticksPath)}) {
+        if (isSameFile(a, b))
+            throw MeterError(fmt::format("{}: named twice, as two different files", b));
+    }
+}
+
+} // namespace
+
+std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* const* arguments)
+{
+    Options options;
+    bool isLive = false;
+    bool listsDevices = false;
+    std::string startText;
+    std::string zoneName;
+    double seconds = 0;
+
+    CLI::App app("Measures sound exposure: calibrated dBA and dBC levels, peaks and the NIOSH dose of a sound "
+                 "file or a live input.",
+                 "velmor-meter");
+    app.footer(footer);
+    app.set_version_flag("--version", "velmor-meter " VELMOR_VERSION);
+    auto* file = app.add_option("FILE", options.file, "Sound file: WAV, RF64, FLAC, AIFF, Ogg and others");
+    auto* live = app.add_flag("--live", isLive, "Measure a live input instead of a file");
+    auto* list = app.add_flag("--list-devices", listsDevices, "List the input devices and their channels");
+    app.add_option("--device", options.device, "Input device, by the UID of --list-devices (system default)")
+        ->needs(live);
+    app.add_option("--channel", options.channel, "Channel to measure, counted from 1")->capture_default_str();
+    app.add_option("--offset", options.calibrationOffset, "Calibration: level in dB of a full-scale RMS of 1")
+        ->capture_default_str();
+    app.add_flag("--conservative", options.conservative, "Count the higher of dBA and dBC into the dose");
+    app.add_option("--start", startText, "Start of the recording, as 2026-03-01T09:12:45Z (now)")
+        ->excludes(live);
+    app.add_option("--time-zone", zoneName, "Time zone of the day, as Europe/Berlin (the system's)");
+    auto* duration = app.add_option("--seconds", seconds, "Measure for so long (until interrupted)")->needs(live);
+    app.add_flag("--json", options.json, "Print the result as one JSON object");
+    app.add_option("--blocks", options.blocksPath, "Write one JSON object for each block of 1024 frames (- for standard output)");
+    app.add_option("--ticks", options.ticksPath, "Write one JSON object for each tick of 0.1 seconds (- for standard output)");
+    file->excludes(live)->excludes(list);
+    live->excludes(list);
+
+    try {
+        app.parse(argumentCount, arguments);
+    } catch (const CLI::Success& wish) {
+        return EarlyExit{app.exit(wish)};
+    } catch (const CLI::ParseError& error) {
+        std::string text = error.what();
+        std::ranges::replace(text, '\n', ' ');
+        throw MeterError(text + " (see --help)");
+    }
+
+    if (listsDevices)
+        options.task = Options::Task::listDevices;
+    else if (isLive)
+        options.task = Options::Task::measureLive;
+    else if (options.file.empty())
+        throw MeterError("no sound file named, and neither --live nor --list-devices (see --help)");
+
+    if (options.channel < 1)
+        throw MeterError(fmt::format("no channel {}: channels are counted from 1", options.channel));
+    if (!std::isfinite(options.calibrationOffset))
+        throw MeterError("--offset: not a finite number");
+    if (!startText.empty()) {
+        options.start = dateFromIsoText(startText);
+        if (!options.start)
+            throw MeterError(fmt::format("--start {}: not a moment like 2026-03-01T09:12:45Z", startText));
+    }
+    if (!zoneName.empty()) {
+        const auto calendar = Calendar::inZone(zoneName);
+        if (!calendar)
+            throw MeterError(fmt::format("--time-zone {}: no such time zone", zoneName));
+        options.calendar = *calendar;
+    }
+    if (duration->count() > 0) {
+        if (!(seconds > 0) || !(seconds < 1e9))
+            throw MeterError("--seconds: not a duration above 0");
+        options.seconds = seconds;
+    }
+    checkPaths(options);
+    return options;
+}
+
+} // namespace velmor

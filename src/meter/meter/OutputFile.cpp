@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <meter/OutputFile.h>
+
+#include <meter/MeterError.h>
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace velmor {
+
+OutputFile::OutputFile(const std::string& path)
+    : m_path(path)
+{
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    // The link in /dev must not be replaced, and opened anew a redirected output would begin at its
+    // start again.
+    const bool isStandardOutput = path == "-" || path == "/dev/stdout";
+    const bool isStream = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)
+                          && !std::filesystem::is_directory(status);
+    if (isStandardOutput)
+        m_stream.reset(::fdopen(::dup(STDOUT_FILENO), "w"));
+    else if (isStream)
+        m_stream.reset(std::fopen(path.c_str(), "we"));
+    else
+        m_file = std::make_unique<AtomicFile>(path);
+    check();
+}
+
+void OutputFile::writeLine(std::string_view text)
+{
+    if (m_file) {
+        m_file->write(text);
+        m_file->write("\n");
+    } else {
+        std::fwrite(text.data(), 1, text.size(), m_stream.get());
+        std::fputc('\n', m_stream.get());
+    }
+    check();
+}
+
+void OutputFile::commit()
+{
+    if (m_file)
+        (void)m_file->commit();
+    else
+        std::fflush(m_stream.get());
+    check();
+}
+
+void OutputFile::check()
+{
+    std::error_code error;
+    if (m_file)
+        error = m_file->error();
+    else if (!m_stream || std::ferror(m_stream.get()))
+        error = std::error_code(errno, std::generic_category());
+    if (error)
+        throw MeterError(fmt::format("{}: can't be written ({})", m_path, error.message()));
+}
+
+} // namespace velmor

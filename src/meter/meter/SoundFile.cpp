@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <meter/SoundFile.h>
+
+#include <base/UsableSamples.h>
+#include <meter/MeterError.h>
+
+#include <fmt/format.h>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace velmor {
+
+namespace {
+
+/// Frames that are taken from libsndfile at a time.
+constexpr std::size_t chunkFrames = 1024;
+
+struct CloseFile
+{
+    void operator()(SNDFILE* file) const { ::sf_close(file); }
+};
+
+} // namespace
+
+struct SoundFile::Handle
+{
+    std::unique_ptr<SNDFILE, CloseFile> file;
+};
+
+SoundFile::SoundFile(const std::string& path)
+    : m_path(path)
+    , m_handle(std::make_unique<Handle>())
+{
+    // libsndfile's own words for these are "System error".
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        throw MeterError(fmt::format("{}: is a folder", path));
+    if (::access(path.c_str(), R_OK) != 0)
+        throw MeterError(fmt::format("{}: {}", path, std::generic_category().message(errno)));
+
+    SF_INFO info = {};
+    m_handle->file.reset(::sf_open(path.c_str(), SFM_READ, &info));
+    if (!m_handle->file)
+        throw MeterError(fmt::format("{}: not a sound file that can be read ({})", path, ::sf_strerror(nullptr)));
+    if (info.channels < 1 || info.samplerate < 1)
+        throw MeterError(fmt::format("{}: the header tells of no channels or no sample rate", path));
+    m_sampleRate = info.samplerate;
+    m_channelCount = info.channels;
+    if (info.frames >= 0 && info.frames < SF_COUNT_MAX)
+        m_frameCount = info.frames;
+    if (m_channelCount > 1)
+        m_interleaved.resize(chunkFrames * static_cast<std::size_t>(m_channelCount));
+}
+
+SoundFile::~SoundFile() = default;
+
+std::size_t SoundFile::read(int channel, std::span<float> samples)
+{
+    SNDFILE* const file = m_handle->file.get();
+    std::size_t filled = 0;
+    while (filled < samples.size()) {
+        const std::span<float> rest = samples.subspan(filled);
+        std::size_t taken = 0;
+        if (m_channelCount == 1) {
+            const auto read = ::sf_readf_float(file, rest.data(), static_cast<sf_count_t>(rest.size()));
+            taken = static_cast<std::size_t>(std::max<sf_count_t>(read, 0));
+        } else {
+            const std::size_t wanted = std::min(rest.size(), chunkFrames);
+            const auto read = ::sf_readf_float(file, m_interleaved.data(), static_cast<sf_count_t>(wanted));
+            taken = static_cast<std::size_t>(std::max<sf_count_t>(read, 0));
+            const auto stride = static_cast<std::size_t>(m_channelCount);
+            for (std::size_t frame = 0; frame < taken; ++frame)
+                rest[frame] = m_interleaved[frame * stride + static_cast<std::size_t>(channel)];
+        }
+        if (taken == 0) {
+            if (::sf_error(file) != SF_ERR_NO_ERROR)
+                throw MeterError(fmt::format("{}: can't be read to the end ({})", m_path, ::sf_strerror(file)));
+            break;
+        }
+        filled += taken;
+    }
+    m_unusableSamples += silenceUnusableSamples(samples.first(filled));
+    return filled;
+}
+
+} // namespace velmor

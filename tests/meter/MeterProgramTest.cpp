@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <support/Meter.h>
+#include <support/Sound.h>
+#include <support/TemporaryFolder.h>
+#include <support/WriteSound.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <csignal>
+#include <numbers>
+#include <thread>
+
+#include <sys/stat.h>
+
+namespace velmor {
+namespace {
+
+using test::contentOf;
+using test::JsonObject;
+using test::levelOfSine;
+using test::meter;
+using test::Outcome;
+using test::sine;
+using test::writeFile;
+using test::writeSound;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class MeterProgramTest : public testing::Test
+{
+protected:
+    std::string write(const std::string& name, const std::vector<std::vector<float>>& channels,
+                      int sampleRate = 48000)
+    {
+        const std::string path = folder / name;
+        writeSound(path, channels, sampleRate);
+        return path;
+    }
+
+    test::TemporaryFolder folder;
+};
+
+TEST_F(MeterProgramTest, ASineOf997HertzReadsWhatTheFormulaSays)
+{
+    const auto outcome = meter({"--json", write("sine.wav", {sine(997, 0.5, 48000, 10 * 48000)})});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    const JsonObject json(outcome.output);
+    // A(997 Hz) by IEC 61672-1, annex E, is 0.00 dB to two places; the sine's RMS is 0.5 / sqrt(2).
+    EXPECT_NEAR(json["currentSPL"], levelOfSine(0.5, 94), 0.05);
+    EXPECT_NEAR(json["currentDBC"], levelOfSine(0.5, 94), 0.05);
+    EXPECT_NEAR(json["peakDBA"], 20 * std::log10(0.5) + 94, 0.05);
+    EXPECT_NEAR(json["todayPeakDBC"], 20 * std::log10(0.5) + 94, 0.1);
+}
+
+TEST_F(MeterProgramTest, TheJsonHasItsKeys)
+{
+    const std::string file = write("sine.wav", {sine(1000, 0.5, 48000, 100000), sine(1000, 0.1, 48000, 100000)});
+    const auto outcome = meter({"--json", "--channel", "2", "--offset", "100", "--conservative", file});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_THAT(outcome.output, EndsWith("}\n"));
+    const JsonObject json(outcome.output);
+    EXPECT_THAT(json.names,
+                ElementsAre("file", "sampleRate", "channel", "frames", "blocks", "droppedBlocks",
+                            "unusableSamples", "durationSeconds", "calibrationOffset", "conservative", "currentSPL",
+                            "currentDBC", "peakDBA", "peakDBC", "todayPeakDBC", "dosePercentage", "doseLevel",
+                            "projectedDoseAtEndOfDay", "peakCount135", "peakCount137", "peakCount140",
+                            "peakDBACount115"));
+    EXPECT_EQ(json.texts.at("file"), file);
+    EXPECT_EQ(json["sampleRate"], 48000);
+    EXPECT_EQ(json["channel"], 2);
+    EXPECT_EQ(json["frames"], 100000);
+    EXPECT_EQ(json["blocks"], 98); // 97.66
+    EXPECT_EQ(json["droppedBlocks"], 0);
+    EXPECT_EQ(json["durationSeconds"], 100000.0 / 48000);
+    EXPECT_EQ(json["calibrationOffset"], 100);
+    EXPECT_EQ(json["conservative"], 1);
+    EXPECT_NEAR(json["currentSPL"], levelOfSine(0.1, 100), 0.05);
+    EXPECT_EQ(json.texts.at("doseLevel"), "safe");
+}
+
+TEST_F(MeterProgramTest, BlocksAreWrittenOneByOne)
+{
+    const std::string blocks = folder / "blocks.ndjson";
+    const auto outcome =
+        meter({write("tone.wav", {sine(1000, 150, 48000, 10 * 1024 + 100)}), "--blocks", blocks});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    const auto lines = test::jsonLines(contentOf(blocks));
+    ASSERT_EQ(lines.size(), 11U);
+    EXPECT_THAT(lines[0].names,
+                ElementsAre("block", "smoothedDBA", "smoothedDBC", "peakDBA", "peakDBC", "peakAlert"));
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        EXPECT_EQ(lines[i]["block"], static_cast<double>(i));
+    // 134.5 dBA held: the first block has 0.3 of it, and so on towards it.
+    const double level = levelOfSine(150, 94);
+    EXPECT_NEAR(lines[0]["smoothedDBA"], 0.3 * level, 0.3);
+    EXPECT_NEAR(lines[9]["smoothedDBA"], (1 - std::pow(0.7, 10)) * level, 0.3);
+    EXPECT_NEAR(lines[9]["peakDBC"], level + 3.01, 0.1);
+    EXPECT_EQ(lines[9]["peakAlert"], 1);
+    struct stat status = {};
+    ::stat(blocks.c_str(), &status);
+    EXPECT_EQ(status.st_mode & 0777, 0600U);
+}
+
+TEST_F(MeterProgramTest, TicksFallOnEveryTenthAndABlockAtTheSameTimeComesFirst)
+{
+    // 75 blocks end at exactly 1.6 s, the time of the 16th tick, and the last of them is the first
+    // loud one.
+    std::vector<float> sound(75 * 1024);
+    const auto loud = sine(1000, 0.5, 48000, 1024);
+    std::ranges::copy(loud, sound.end() - 1024);
+    const std::string ticks = folder / "ticks.ndjson";
+    const auto outcome = meter({write("late.wav", {sound}), "--ticks", ticks, "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    const auto lines = test::jsonLines(contentOf(ticks));
+    ASSERT_EQ(lines.size(), 16U);
+    EXPECT_THAT(lines[0].names, ElementsAre("t", "spl", "dbc", "peakDBA", "peakDBC", "dosePercentage"));
+    for (std::size_t i = 0; i < lines.size(); ++i)
+        EXPECT_EQ(lines[i]["t"], static_cast<double>(i + 1) / 10);
+    EXPECT_EQ(lines[14]["spl"], 0);
+    EXPECT_GT(lines[15]["spl"], 20);
+    EXPECT_GT(JsonObject(outcome.output)["currentSPL"], 20);
+}
+
+TEST_F(MeterProgramTest, AfterTheEndTicksGoOnToTheFirstAtOrAfterIt)
+{
+    const auto tickCount = [&](std::size_t frames) {
+        const std::string ticks = folder / "ticks.ndjson";
+        const auto outcome = meter({write("short.wav", {sine(1000, 0.5, 48000, frames)}), "--ticks", ticks});
+        EXPECT_EQ(outcome.status, 0) << outcome.error;
+        return test::jsonLines(contentOf(ticks)).size();
+    };
+    EXPECT_EQ(tickCount(4799), 1U);
+    EXPECT_EQ(tickCount(4800), 1U);
+    EXPECT_EQ(tickCount(4801), 2U);
+    EXPECT_EQ(tickCount(1), 1U);
+}
+
+TEST_F(MeterProgramTest, AFileWithoutFramesReadsZero)
+{
+    const auto outcome = meter({"--json", write("empty.wav", {{}})});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    const JsonObject json(outcome.output);
+    EXPECT_EQ(json["frames"], 0);
+    EXPECT_EQ(json["blocks"], 0);
+    EXPECT_EQ(json["currentSPL"], 0);
+    EXPECT_EQ(json["dosePercentage"], 0);
+}
+
+TEST_F(MeterProgramTest, TheLevelsOfDifferentRatesAgree)
+{
+    for (const int rate : {32000, 44100, 88200, 96000, 192000}) {
+        const auto outcome = meter({"--json", write("tone.wav", {sine(997, 0.5, rate, 3U * static_cast<unsigned>(rate))}, rate)});
+        ASSERT_EQ(outcome.status, 0) << outcome.error;
+        // At the higher rates a block holds a few periods and a rest, which its level shows.
+        EXPECT_NEAR(JsonObject(outcome.output)["currentSPL"], levelOfSine(0.5, 94), 0.1) << rate;
+    }
+}
+
+TEST_F(MeterProgramTest, SamplesThatAreNoNumbersDoNotSpoilTheRest)
+{
+    auto sound = sine(1000, 0.5, 48000, 5 * 48000);
+    sound[1000] = std::nanf("");
+    const auto outcome = meter({"--json", write("broken.wav", {sound})});
+    const JsonObject json(outcome.output);
+    EXPECT_EQ(json["unusableSamples"], 1);
+    EXPECT_NEAR(json["currentSPL"], levelOfSine(0.5, 94), 0.05);
+}
+
+TEST_F(MeterProgramTest, TheSummaryForPeopleIsShortAndHasTheFigures)
+{
+    const auto outcome = meter({write("sine.wav", {sine(1000, 0.5, 48000, 10 * 48000)})});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output, HasSubstr("0:00:10 at 48000 Hz, channel 1 of 1, offset 94 dB"));
+    EXPECT_THAT(outcome.output, HasSubstr("85.0 dBA"));
+    EXPECT_LT(std::ranges::count(outcome.output, '\n'), 20);
+    EXPECT_EQ(outcome.error, "[Velmor] setChannelMap: device channel 0 → bus channels 0..<1\n");
+}
+
+/// One line on standard error, status 2, and no file that was not there before.
+void expectRefusal(const Outcome& outcome, const std::string& line, const test::TemporaryFolder& folder,
+                   const std::vector<std::string>& names)
+{
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.error, HasSubstr(line));
+    EXPECT_EQ(std::ranges::count(outcome.error, '\n'), 1) << outcome.error;
+    EXPECT_EQ(folder.names(), names);
+}
+
+TEST_F(MeterProgramTest, BadInputGetsOneLineAndStatus2AndLeavesNothingBehind)
+{
+    const std::string sound = write("sine.wav", {sine(1000, 0.5, 48000, 48000)});
+    const std::string slow = write("slow.wav", {sine(1000, 0.5, 24000, 24000)}, 24000);
+    writeFile(folder / "text.wav", "no sound at all");
+    const auto names = folder.names();
+    const std::string out = folder / "out.ndjson";
+    const std::string missing = folder / "missing.wav";
+
+    expectRefusal(meter({missing, "--blocks", out}), "missing.wav: No such file or directory", folder, names);
+    expectRefusal(meter({folder.path(), "--blocks", out}), "is a folder", folder, names);
+    expectRefusal(meter({folder / "text.wav", "--ticks", out}), "not a sound file", folder, names);
+    expectRefusal(meter({sound, "--channel", "2", "--blocks", out}), "sine.wav: no channel 2, the file has 1", folder,
+                  names);
+    expectRefusal(meter({slow, "--blocks", out}),
+                  "slow.wav: a sample rate of 24000 Hz is too low for A-weighting (above 24388 Hz)", folder, names);
+    expectRefusal(meter({sound, "--blocks", folder / "nowhere/out"}),
+                  "nowhere/out: can't be written (No such file or directory)", folder, names);
+    expectRefusal(meter({sound, "--blocks", out, "--ticks", folder.path()}), "can't be written (Is a directory)",
+                  folder, names);
+    expectRefusal(meter({sound, "--channel", "0"}), "no channel 0", folder, names);
+    expectRefusal(meter({"--unknown"}), "--unknown", folder, names);
+    expectRefusal(meter({}), "no sound file named", folder, names);
+}
+
+TEST_F(MeterProgramTest, AnOutputThatFillsTheDiskIsRefusedAndNothingIsLeft)
+{
+    const std::string sound = write("sine.wav", {sine(1000, 0.5, 48000, 48000)});
+    const auto outcome = meter({sound, "--blocks", "/dev/full"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.error, HasSubstr("/dev/full: can't be written (No space left on device)"));
+}
+
+TEST_F(MeterProgramTest, APipeIsWrittenToAlongTheWay)
+{
+    const std::string sound = write("sine.wav", {sine(1000, 0.5, 48000, 48000)});
+    const auto outcome = meter({sound, "--json", "--ticks", "/dev/stdout"});
+    EXPECT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_EQ(outcome.output.find("{\"t\":0.1,"), 0U);
+    EXPECT_THAT(outcome.output, HasSubstr("\"t\":1,"));
+    EXPECT_THAT(outcome.output, EndsWith("\"peakDBACount115\": 0\n}\n"));
+    EXPECT_TRUE(std::filesystem::is_symlink("/dev/stdout"));
+    EXPECT_EQ(meter({sound, "--json", "--ticks", "-"}).output, outcome.output);
+    const auto null = meter({sound, "--ticks", "/dev/null"});
+    EXPECT_EQ(null.status, 0);
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+
+TEST_F(MeterProgramTest, AnInterruptedMeasurementLeavesNoHalfWrittenFile)
+{
+    // Long enough to be still running when the signal comes.
+    const std::string sound = folder / "long.wav";
+    writeSound(sound, {std::vector<float>(1800 * 48000)}, 48000, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    const auto names = folder.names();
+    const pid_t process = test::spawn({test::programPath("VELMOR_PROGRAM_VELMOR_METER"), sound, "--blocks",
+                                       folder / "blocks"});
+    // Once its temporary file is there it is at work.
+    for (int i = 0; i < 1000 && folder.names() == names; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    ::kill(process, SIGINT);
+    int status = 0;
+    ::waitpid(process, &status, 0);
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 130);
+    EXPECT_EQ(folder.names(), names);
+}
+
+} // namespace
+} // namespace velmor
