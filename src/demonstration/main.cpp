@@ -24,7 +24,8 @@ void appendTone(std::vector<float>& sound, double seconds, double level)
     const double amplitude = amplitudeOfSine(level);
     const auto frames = static_cast<int>(seconds * sampleRate);
     for (int i = 0; i < frames; ++i)
-        sound.push_back(static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * 1000 * i / sampleRate)));
+        sound.push_back(
+            static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * 1000 * i / sampleRate)));
 }
 
 /// White noise, each value from -1 to 1, through three one-pole low passes whose corners lie a decade
@@ -67,7 +68,8 @@ int main(int argumentCount, char** arguments)
     info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     SNDFILE* file = ::sf_open(arguments[1], SFM_WRITE, &info);
     const auto frames = static_cast<sf_count_t>(sound.size());
-    const bool isWritten = file && ::sf_writef_float(file, sound.data(), frames) == frames && ::sf_close(file) == 0;
+    const bool isWritten =
+        file && ::sf_writef_float(file, sound.data(), frames) == frames && ::sf_close(file) == 0;
     if (!isWritten)
         fmt::print(stderr, "velmor-demonstration: {} can't be written\n", arguments[1]);
     return isWritten ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -12,12 +12,25 @@ namespace {
 
 TEST(DefaultsEncoding, EachTypeComesBackAsItself)
 {
-    const std::vector<DefaultsValue> values = {
-        true, false, std::int64_t(0), std::int64_t(1), std::numeric_limits<std::int64_t>::min(), 0.0, -0.0, 94.0,
-        5e-324, std::numeric_limits<double>::infinity(), std::string(), std::string("Größe\0!", 8),
-        DefaultsData(), DefaultsData{std::byte(0), std::byte(255)}, Date(), Date::min()};
+    const std::vector<DefaultsValue> values = {true,
+                                               false,
+                                               std::int64_t(0),
+                                               std::int64_t(1),
+                                               std::numeric_limits<std::int64_t>::min(),
+                                               0.0,
+                                               -0.0,
+                                               94.0,
+                                               5e-324,
+                                               std::numeric_limits<double>::infinity(),
+                                               std::string(),
+                                               std::string("Größe\0!", 8),
+                                               DefaultsData(),
+                                               DefaultsData{std::byte(0), std::byte(255)},
+                                               Date(),
+                                               Date::min()};
     for (const DefaultsValue& value : values)
-        EXPECT_EQ(decodeDefaultsValue(typeName(value), encodedDefaultsValue(value)), value) << typeName(value);
+        EXPECT_EQ(decodeDefaultsValue(typeName(value), encodedDefaultsValue(value)), value)
+            << typeName(value);
 }
 
 TEST(DefaultsEncoding, ADoubleThatIsNoNumberComesBackAsAbsent)
@@ -30,8 +43,8 @@ TEST(DefaultsEncoding, ADoubleThatIsNoNumberComesBackAsAbsent)
 TEST(DefaultsEncoding, AColumnThatDoesNotFitTheTypeIsNoValue)
 {
     const std::array<std::byte, 1> byte = {};
-    const std::array<DatabaseColumn, 5> columns = {std::monostate(), std::int64_t(7), 1.0, std::string_view("1"),
-                                                   std::span<const std::byte>(byte)};
+    const std::array<DatabaseColumn, 5> columns = {std::monostate(), std::int64_t(7), 1.0,
+                                                   std::string_view("1"), std::span<const std::byte>(byte)};
     for (const std::string_view type : {"boolean", "integer", "double", "string", "data", "date"}) {
         int fitting = 0;
         for (const auto& column : columns)

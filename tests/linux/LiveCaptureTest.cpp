@@ -34,7 +34,8 @@ protected:
         }
         // 1 kHz reads the same in both weightings; 4 kHz reads 1.26 dB more in A, 0.53 dB less in C.
         test::writeSound(session / "tones.wav",
-                         {test::sine(1000, 0.5, 48000, 60 * 48000), test::sine(4000, 0.2, 48000, 60 * 48000)}, 48000);
+                         {test::sine(1000, 0.5, 48000, 60 * 48000), test::sine(4000, 0.2, 48000, 60 * 48000)},
+                         48000);
         session.createMicrophone("testmic");
         player = session.playInto("testmic", session / "tones.wav");
 

@@ -182,7 +182,9 @@ TEST_F(SqliteDefaultsStoreTest, TheFilesAreForTheirOwnerAlone)
 
 TEST_F(SqliteDefaultsStoreTest, TheFilesRowsAreReadableAndAForeignOneIsNoValue)
 {
-    { open()->set("level", 94.0); }
+    {
+        open()->set("level", 94.0);
+    }
     executeByAnother("INSERT INTO defaults VALUES('odd', 'integer', 'text'), ('kind', 'colour', 1),"
                      "('blob', x'00', 1), ('nothing', 'double', NULL)");
     const auto store = open();
@@ -199,8 +201,8 @@ TEST_F(SqliteDefaultsStoreTest, AFileThatIsNoDatabaseIsSetAsideWithOneLine)
     writeFile(file, garbage);
     std::unique_ptr<SqliteDefaultsStore> store;
     const std::string aside = file.native() + ".damaged-2026-03-02T09:00:00Z";
-    EXPECT_EQ(openPrinting(store), "[Velmor] Defaults store " + file.native()
-                                       + " is damaged (file is not a database) — set aside as " + aside + "\n");
+    EXPECT_EQ(openPrinting(store), "[Velmor] Defaults store " + file.native() +
+                                       " is damaged (file is not a database) — set aside as " + aside + "\n");
     EXPECT_EQ(contentOf(aside), garbage);
     EXPECT_EQ(store->value("a"), std::nullopt);
     store->set("a", true);
@@ -272,8 +274,8 @@ TEST_F(SqliteDefaultsStoreTest, AFolderInTheFilesPlaceCostsOneLineAndMemoryGoesO
 {
     std::filesystem::create_directory(file);
     std::unique_ptr<SqliteDefaultsStore> store;
-    EXPECT_EQ(openPrinting(store), "[Velmor] Defaults store " + file.native()
-                                       + " can't be written (Is a directory) — settings are kept in memory\n");
+    EXPECT_EQ(openPrinting(store), "[Velmor] Defaults store " + file.native() +
+                                       " can't be written (Is a directory) — settings are kept in memory\n");
     CaptureStdout();
     store->set("a", true);
     EXPECT_EQ(store->value("a"), DefaultsValue(true));
@@ -285,13 +287,16 @@ TEST_F(SqliteDefaultsStoreTest, AFolderInTheFilesPlaceCostsOneLineAndMemoryGoesO
 
 TEST_F(SqliteDefaultsStoreTest, AReadOnlyFolderCostsOneLineAndWhatIsStoredIsStillRead)
 {
-    { open()->set("a", true); }
+    {
+        open()->set("a", true);
+    }
     ::chmod(file.c_str(), 0444);
     ::chmod(folder.path().c_str(), 0555);
     const AsOrdinaryUser user;
     std::unique_ptr<SqliteDefaultsStore> store;
-    EXPECT_EQ(openPrinting(store), "[Velmor] Defaults store " + file.native()
-                                       + " can't be written (Permission denied) — settings are kept in memory\n");
+    EXPECT_EQ(openPrinting(store),
+              "[Velmor] Defaults store " + file.native() +
+                  " can't be written (Permission denied) — settings are kept in memory\n");
     EXPECT_EQ(store->value("a"), DefaultsValue(true));
     CaptureStdout();
     store->set("b", true);

@@ -28,7 +28,8 @@ protected:
             GTEST_SKIP() << "no PipeWire can be started here: " << session.problem();
         }
         test::writeSound(session / "tones.wav",
-                         {test::sine(1000, 0.5, 48000, 60 * 48000), test::sine(4000, 0.2, 48000, 60 * 48000)}, 48000);
+                         {test::sine(1000, 0.5, 48000, 60 * 48000), test::sine(4000, 0.2, 48000, 60 * 48000)},
+                         48000);
         session.createMicrophone("testmic");
         player = session.playInto("testmic", session / "tones.wav");
     }
@@ -92,7 +93,8 @@ TEST_F(LiveMeterTest, ADeviceThatIsLostEndsTheMeasurementWithoutAFile)
     int status = 0;
     ::waitpid(process, &status, 0);
     EXPECT_EQ(WEXITSTATUS(status), 2);
-    EXPECT_THAT(test::contentOf(errors), HasSubstr("velmor-meter: testmic: the input device was disconnected\n"));
+    EXPECT_THAT(test::contentOf(errors),
+                HasSubstr("velmor-meter: testmic: the input device was disconnected\n"));
     EXPECT_FALSE(std::filesystem::exists(blocks));
 }
 

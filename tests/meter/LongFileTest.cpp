@@ -37,8 +37,7 @@ std::string writeTone(const test::TemporaryFolder& folder, int seconds, double l
 }
 
 class LongFile : public testing::TestWithParam<std::pair<int, double>>
-{
-};
+{};
 
 TEST_P(LongFile, IsTheWholeDoseInTheHoursAllowedAtItsLevel)
 {
@@ -61,8 +60,8 @@ TEST_P(LongFile, IsTheWholeDoseInTheHoursAllowedAtItsLevel)
 INSTANTIATE_TEST_SUITE_P(Levels, LongFile,
                          testing::Values(std::pair(8, 85.0), std::pair(4, 88.0), std::pair(2, 91.0)),
                          [](const auto& instance) {
-                             return std::to_string(instance.param.first) + "HoursAt"
-                                    + std::to_string(static_cast<int>(instance.param.second));
+                             return std::to_string(instance.param.first) + "HoursAt" +
+                                    std::to_string(static_cast<int>(instance.param.second));
                          });
 
 } // namespace

@@ -58,17 +58,18 @@ TEST_F(MeterProgramTest, ASineOf997HertzReadsWhatTheFormulaSays)
 
 TEST_F(MeterProgramTest, TheJsonHasItsKeys)
 {
-    const std::string file = write("sine.wav", {sine(1000, 0.5, 48000, 100000), sine(1000, 0.1, 48000, 100000)});
+    const std::string file =
+        write("sine.wav", {sine(1000, 0.5, 48000, 100000), sine(1000, 0.1, 48000, 100000)});
     const auto outcome = meter({"--json", "--channel", "2", "--offset", "100", "--conservative", file});
     ASSERT_EQ(outcome.status, 0) << outcome.error;
     EXPECT_THAT(outcome.output, EndsWith("}\n"));
     const JsonObject json(outcome.output);
     EXPECT_THAT(json.names,
                 ElementsAre("file", "sampleRate", "channel", "frames", "blocks", "droppedBlocks",
-                            "unusableSamples", "durationSeconds", "calibrationOffset", "conservative", "currentSPL",
-                            "currentDBC", "peakDBA", "peakDBC", "todayPeakDBC", "dosePercentage", "doseLevel",
-                            "projectedDoseAtEndOfDay", "peakCount135", "peakCount137", "peakCount140",
-                            "peakDBACount115"));
+                            "unusableSamples", "durationSeconds", "calibrationOffset", "conservative",
+                            "currentSPL", "currentDBC", "peakDBA", "peakDBC", "todayPeakDBC",
+                            "dosePercentage", "doseLevel", "projectedDoseAtEndOfDay", "peakCount135",
+                            "peakCount137", "peakCount140", "peakDBACount115"));
     EXPECT_EQ(json.texts.at("file"), file);
     EXPECT_EQ(json["sampleRate"], 48000);
     EXPECT_EQ(json["channel"], 2);
@@ -153,7 +154,8 @@ TEST_F(MeterProgramTest, AFileWithoutFramesReadsZero)
 TEST_F(MeterProgramTest, TheLevelsOfDifferentRatesAgree)
 {
     for (const int rate : {32000, 44100, 88200, 96000, 192000}) {
-        const auto outcome = meter({"--json", write("tone.wav", {sine(997, 0.5, rate, 3U * static_cast<unsigned>(rate))}, rate)});
+        const auto outcome = meter(
+            {"--json", write("tone.wav", {sine(997, 0.5, rate, 3U * static_cast<unsigned>(rate))}, rate)});
         ASSERT_EQ(outcome.status, 0) << outcome.error;
         // At the higher rates a block holds a few periods and a rest, which its level shows.
         EXPECT_NEAR(JsonObject(outcome.output)["currentSPL"], levelOfSine(0.5, 94), 0.1) << rate;
@@ -203,14 +205,15 @@ TEST_F(MeterProgramTest, BadInputGetsOneLineAndStatus2AndLeavesNothingBehind)
     expectRefusal(meter({missing, "--blocks", out}), "missing.wav: No such file or directory", folder, names);
     expectRefusal(meter({folder.path(), "--blocks", out}), "is a folder", folder, names);
     expectRefusal(meter({folder / "text.wav", "--ticks", out}), "not a sound file", folder, names);
-    expectRefusal(meter({sound, "--channel", "2", "--blocks", out}), "sine.wav: no channel 2, the file has 1", folder,
-                  names);
+    expectRefusal(meter({sound, "--channel", "2", "--blocks", out}), "sine.wav: no channel 2, the file has 1",
+                  folder, names);
     expectRefusal(meter({slow, "--blocks", out}),
-                  "slow.wav: a sample rate of 24000 Hz is too low for A-weighting (above 24388 Hz)", folder, names);
+                  "slow.wav: a sample rate of 24000 Hz is too low for A-weighting (above 24388 Hz)", folder,
+                  names);
     expectRefusal(meter({sound, "--blocks", folder / "nowhere/out"}),
                   "nowhere/out: can't be written (No such file or directory)", folder, names);
-    expectRefusal(meter({sound, "--blocks", out, "--ticks", folder.path()}), "can't be written (Is a directory)",
-                  folder, names);
+    expectRefusal(meter({sound, "--blocks", out, "--ticks", folder.path()}),
+                  "can't be written (Is a directory)", folder, names);
     expectRefusal(meter({sound, "--channel", "0"}), "no channel 0", folder, names);
     expectRefusal(meter({"--unknown"}), "--unknown", folder, names);
     expectRefusal(meter({}), "no sound file named", folder, names);
@@ -246,8 +249,8 @@ TEST_F(MeterProgramTest, AnInterruptedMeasurementLeavesNoHalfWrittenFile)
     const std::string sound = folder / "long.wav";
     writeSound(sound, {std::vector<float>(1800 * 48000)}, 48000, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     const auto names = folder.names();
-    const pid_t process = test::spawn({test::programPath("VELMOR_PROGRAM_VELMOR_METER"), sound, "--blocks",
-                                       folder / "blocks"});
+    const pid_t process =
+        test::spawn({test::programPath("VELMOR_PROGRAM_VELMOR_METER"), sound, "--blocks", folder / "blocks"});
     // Once its temporary file is there it is at work.
     for (int i = 0; i < 1000 && folder.names() == names; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

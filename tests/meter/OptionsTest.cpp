@@ -47,8 +47,8 @@ TEST(Options, AFileAloneIsMeasuredByTheDefaults)
 TEST(Options, EachOneIsRead)
 {
     const Options file = parse({"mix.wav", "--channel", "2", "--offset", "118.5", "--conservative", "--start",
-                                "2026-03-01T09:12:45Z", "--time-zone", "Europe/Berlin", "--json", "--blocks", "b",
-                                "--ticks", "t"});
+                                "2026-03-01T09:12:45Z", "--time-zone", "Europe/Berlin", "--json", "--blocks",
+                                "b", "--ticks", "t"});
     EXPECT_EQ(file.channel, 2);
     EXPECT_EQ(file.calibrationOffset, 118.5);
     EXPECT_TRUE(file.conservative);

@@ -94,7 +94,8 @@ TEST(SoundFile, WhatCantBeReadIsRefusedWithItsReason)
     EXPECT_EQ(reasonFor(missing), missing + ": No such file or directory");
     EXPECT_EQ(reasonFor(folder.path()), folder.path().native() + ": is a folder");
     test::writeFile(folder / "text.wav", "no sound at all");
-    EXPECT_NE(reasonFor(folder / "text.wav").find("text.wav: not a sound file that can be read ("), std::string::npos);
+    EXPECT_NE(reasonFor(folder / "text.wav").find("text.wav: not a sound file that can be read ("),
+              std::string::npos);
     test::writeFile(folder / "empty.wav", "");
     EXPECT_NE(reasonFor(folder / "empty.wav").find("not a sound file"), std::string::npos);
 }

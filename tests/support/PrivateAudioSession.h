@@ -23,8 +23,7 @@ class Companion
 public:
     explicit Companion(const std::vector<std::string>& command, const std::string& logFile = "/dev/null")
         : m_process(spawn(command, logFile, logFile))
-    {
-    }
+    {}
     ~Companion()
     {
         ::kill(m_process, SIGTERM);
@@ -64,7 +63,8 @@ public:
                                          "--address=unix:path=" + socket("bus")},
                 log("bus")));
             waitForFile("bus");
-            m_companions.push_back(std::make_unique<Companion>(std::vector<std::string>{"pipewire"}, log("pipewire")));
+            m_companions.push_back(
+                std::make_unique<Companion>(std::vector<std::string>{"pipewire"}, log("pipewire")));
             waitForFile("pipewire-0");
             m_companions.push_back(
                 std::make_unique<Companion>(std::vector<std::string>{"wireplumber"}, log("wireplumber")));
@@ -89,10 +89,12 @@ public:
     void createMicrophone(const std::string& name) const
     {
         run({"pw-cli", "create-node", "adapter",
-             "{ factory.name=support.null-audio-sink node.name=" + name
-                 + " node.description=\"Test Microphone\" media.class=Audio/Source/Virtual object.linger=true "
-                   "audio.position=[FL FR] }"});
-        waitUntil([&] { return run({"pw-link", "-i"}).output.find(name + ":input_FR") != std::string::npos; });
+             "{ factory.name=support.null-audio-sink node.name=" + name +
+                 " node.description=\"Test Microphone\" media.class=Audio/Source/Virtual object.linger=true "
+                 "audio.position=[FL FR] }"});
+        waitUntil([&] {
+            return run({"pw-link", "-i"}).output.find(name + ":input_FR") != std::string::npos;
+        });
     }
 
     void removeMicrophone(const std::string& name) const { run({"pw-cli", "destroy", name}); }
@@ -106,7 +108,8 @@ public:
         for (const char* channel : {"FL", "FR"}) {
             waitUntil([&] {
                 return run({"pw-link", std::string("pw-cat:output_") + channel,
-                            microphone + ":input_" + channel}).status == 0;
+                            microphone + ":input_" + channel})
+                           .status == 0;
             });
         }
         return player;

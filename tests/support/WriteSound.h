@@ -11,8 +11,8 @@
 namespace velmor::test {
 
 /// Writes channels of equal length as a sound file of the format (SF_FORMAT_…).
-inline void writeSound(const std::string& file, const std::vector<std::vector<float>>& channels, int sampleRate,
-                       int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT)
+inline void writeSound(const std::string& file, const std::vector<std::vector<float>>& channels,
+                       int sampleRate, int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT)
 {
     SF_INFO info = {};
     info.samplerate = sampleRate;

@@ -79,8 +79,12 @@ VELMOR_INLINE Floats4 narrowed(Lanes4 lanes)
 
 VELMOR_INLINE void widen(const Floats4& floats, Lanes4& lanes)
 {
+#if defined(__clang__)
+    lanes = __builtin_convertvector(floats, Lanes4);
+#else
     // One instruction, of which GCC 12 makes four and a detour through memory on its own.
     asm("vcvtps2pd %1, %0" : "=x"(lanes) : "xm"(floats));
+#endif
 }
 
 VELMOR_INLINE Lanes4 shiftedUp(Lanes4 below, Lanes4 lanes)
@@ -90,9 +94,13 @@ VELMOR_INLINE Lanes4 shiftedUp(Lanes4 below, Lanes4 lanes)
 
 VELMOR_INLINE Lanes4 shiftedIn(const double& sample, Lanes4 lanes)
 {
+#if defined(__clang__)
+    const Lanes4 first = {sample, sample, sample, sample};
+#else
     // Loaded into all lanes the sample costs no shuffle, which the conversions need the port for.
     Lanes4 first;
     asm("vbroadcastsd %1, %0" : "=x"(first) : "m"(sample));
+#endif
     const Lanes4 rotated = __builtin_shufflevector(lanes, lanes, 3, 0, 1, 2);
     return __builtin_shufflevector(first, rotated, 0, 5, 6, 7);
 }

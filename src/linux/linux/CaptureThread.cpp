@@ -21,8 +21,7 @@ CaptureThread::CaptureThread(std::size_t blockFrames, CaptureEngine::Tap tap)
     , m_tap(std::move(tap))
     , m_ring(ringCapacity)
     , m_thread([this] { run(); })
-{
-}
+{}
 
 CaptureThread::~CaptureThread()
 {

@@ -7,8 +7,8 @@
 #include <fmt/format.h>
 
 #include <pipewire/pipewire.h>
-#include <spa/param/audio/format-utils.h>
 #include <spa/debug/types.h>
+#include <spa/param/audio/format-utils.h>
 #include <spa/param/audio/type-info.h>
 
 #include <algorithm>
@@ -40,8 +40,7 @@ public:
         : m_graph(graph)
         , m_changeBell(loop.doorbell([this] { configurationChanged(); }))
         , m_graphChanges(graph.onChange([this] { graphChanged(); }))
-    {
-    }
+    {}
 
     ~PipeWireCaptureEngine() override { stop(); }
 
@@ -127,11 +126,11 @@ public:
         spa_pod_builder builder = {};
         spa_pod_builder_init(&builder, buffer, sizeof buffer);
         const spa_pod* parameter = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
-        const int result = pw_stream_connect(
-            m_stream, PW_DIRECTION_INPUT, PW_ID_ANY,
-            static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS
-                                         | PW_STREAM_FLAG_RT_PROCESS),
-            &parameter, 1);
+        const int result = pw_stream_connect(m_stream, PW_DIRECTION_INPUT, PW_ID_ANY,
+                                             static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT |
+                                                                          PW_STREAM_FLAG_MAP_BUFFERS |
+                                                                          PW_STREAM_FLAG_RT_PROCESS),
+                                             &parameter, 1);
         if (result < 0)
             return failed(-result);
         return std::nullopt;

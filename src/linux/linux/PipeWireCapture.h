@@ -18,8 +18,7 @@ public:
     PipeWireCapture(MainLoop& loop, PipeWireGraph& graph)
         : m_loop(loop)
         , m_graph(graph)
-    {
-    }
+    {}
 
     CaptureAuthorization authorizationStatus() const override;
     void requestAccess(std::function<void(bool granted)> answer) override;

@@ -241,7 +241,8 @@ private:
             return;
         const std::string mediaClass = textOf(properties, PW_KEY_MEDIA_CLASS);
         const bool isDuplex = mediaClass == "Audio/Duplex";
-        const bool isSource = isDuplex || mediaClass == "Audio/Source" || mediaClass == "Audio/Source/Virtual";
+        const bool isSource =
+            isDuplex || mediaClass == "Audio/Source" || mediaClass == "Audio/Source/Virtual";
         const bool isSink = isDuplex || mediaClass == "Audio/Sink";
         if (!isSource && !isSink)
             return;
@@ -256,7 +257,8 @@ private:
             pw_registry_bind(m_registry, id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0));
         if (!node->proxy)
             return;
-        pw_node_add_listener(reinterpret_cast<pw_node*>(node->proxy), &node->listener, &nodeEvents, node.get());
+        pw_node_add_listener(reinterpret_cast<pw_node*>(node->proxy), &node->listener, &nodeEvents,
+                             node.get());
         m_nodes.push_back(std::move(node));
         m_changeBell->ring();
     }
@@ -370,10 +372,10 @@ const pw_core_events PipeWireGraph::Connection::coreEvents = {
 
 const pw_registry_events PipeWireGraph::Connection::registryEvents = {
     .version = PW_VERSION_REGISTRY_EVENTS,
-    .global = [](void* self, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
-                 const spa_dict* properties) { static_cast<Connection*>(self)->onGlobal(id, type, properties); },
-    .global_remove = [](void* self,
-                        std::uint32_t id) { static_cast<Connection*>(self)->onGlobalRemove(id); },
+    .global =
+        [](void* self, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t,
+           const spa_dict* properties) { static_cast<Connection*>(self)->onGlobal(id, type, properties); },
+    .global_remove = [](void* self, std::uint32_t id) { static_cast<Connection*>(self)->onGlobalRemove(id); },
 };
 
 const pw_node_events PipeWireGraph::Connection::nodeEvents = {
@@ -383,7 +385,8 @@ const pw_node_events PipeWireGraph::Connection::nodeEvents = {
 
 const pw_metadata_events PipeWireGraph::Connection::metadataEvents = {
     .version = PW_VERSION_METADATA_EVENTS,
-    .property = [](void* self, std::uint32_t subject, const char* key, const char*, const char* value) -> int {
+    .property = [](void* self, std::uint32_t subject, const char* key, const char*,
+                   const char* value) -> int {
         static_cast<Connection*>(self)->onMetadata(subject, key, value);
         return 0;
     },
@@ -391,8 +394,7 @@ const pw_metadata_events PipeWireGraph::Connection::metadataEvents = {
 
 PipeWireGraph::PipeWireGraph(MainLoop& loop)
     : m_connection(std::make_unique<Connection>(loop))
-{
-}
+{}
 
 PipeWireGraph::~PipeWireGraph() = default;
 

@@ -63,8 +63,7 @@ public:
     Bell(std::shared_ptr<WakeUp> wakeUp, Task task)
         : m_wakeUp(std::move(wakeUp))
         , m_task(std::move(task))
-    {
-    }
+    {}
 
     void ring() noexcept
     {
@@ -97,8 +96,7 @@ class BellHandle final : public Doorbell
 public:
     explicit BellHandle(std::shared_ptr<Bell> bell)
         : m_bell(std::move(bell))
-    {
-    }
+    {}
     void ring() noexcept override { m_bell->ring(); }
 
 private:
@@ -109,8 +107,7 @@ private:
 
 PollMainLoop::PollMainLoop()
     : m_wakeUp(std::make_shared<WakeUp>())
-{
-}
+{}
 
 PollMainLoop::~PollMainLoop() = default;
 

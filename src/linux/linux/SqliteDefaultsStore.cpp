@@ -246,13 +246,11 @@ public:
     Writer(Database database, std::string file)
         : m_file(std::move(file))
         , m_database(std::move(database))
-        , m_upsert(prepared(m_database.get(),
-                            "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
-                            "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3"))
+        , m_upsert(prepared(m_database.get(), "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
+                                              "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3"))
         , m_delete(prepared(m_database.get(), "DELETE FROM defaults WHERE key = ?1"))
         , m_thread([this] { run(); })
-    {
-    }
+    {}
 
     ~Writer()
     {

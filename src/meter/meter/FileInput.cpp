@@ -19,8 +19,7 @@ class FileInput::Engine final : public CaptureEngine
 public:
     explicit Engine(FileInput& input)
         : m_input(input)
-    {
-    }
+    {}
 
     Status setInputDevice(std::uint32_t deviceID) override { return deviceID == fileDeviceID ? 0 : -ENOENT; }
 
@@ -65,8 +64,7 @@ private:
 
 FileInput::FileInput(SoundFile& file)
     : m_file(file)
-{
-}
+{}
 
 std::vector<AudioDevice> FileInput::inputDevices() const
 {

@@ -46,8 +46,9 @@ void check(const Options& options, const SoundFile& file)
         throw MeterError(fmt::format("{}: no channel {}, the file has {}", options.file, options.channel,
                                      file.channelCount()));
     if (file.sampleRate() <= lowestSampleRate)
-        throw MeterError(fmt::format("{}: a sample rate of {} Hz is too low for A-weighting (above {:.0f} Hz)",
-                                     options.file, file.sampleRate(), lowestSampleRate));
+        throw MeterError(
+            fmt::format("{}: a sample rate of {} Hz is too low for A-weighting (above {:.0f} Hz)",
+                        options.file, file.sampleRate(), lowestSampleRate));
 }
 
 } // namespace

@@ -19,8 +19,7 @@ std::unique_ptr<OutputFile> openedUnlessEmpty(const std::string& path)
 LevelLog::LevelLog(const std::string& blocksPath, const std::string& ticksPath)
     : m_blocks(openedUnlessEmpty(blocksPath))
     , m_ticks(openedUnlessEmpty(ticksPath))
-{
-}
+{}
 
 void LevelLog::follow(MainLoop& loop, AppState& hub)
 {

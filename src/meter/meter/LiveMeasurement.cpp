@@ -44,8 +44,8 @@ int check(const Options& options, const PipeWireGraph& graph)
         throw MeterError("the system has no input device");
     const int channelCount = static_cast<int>(source->channelPositions.size());
     if (options.channel > channelCount)
-        throw MeterError(fmt::format("{}: no channel {}, the device has {}", source->name, options.channel,
-                                     channelCount));
+        throw MeterError(
+            fmt::format("{}: no channel {}, the device has {}", source->name, options.channel, channelCount));
     return channelCount;
 }
 
@@ -115,8 +115,9 @@ std::string deviceList(bool json)
         std::string text;
         for (const AudioDevice& device : graph.inputDevices()) {
             const int channels = graph.inputChannelCount(device.id);
-            fmt::format_to(std::back_inserter(text), "{} {}\n    {}, {} channel{}\n", isDefault(device) ? '*' : ' ',
-                           device.uid, device.displayName(), channels, channels == 1 ? "" : "s");
+            fmt::format_to(std::back_inserter(text), "{} {}\n    {}, {} channel{}\n",
+                           isDefault(device) ? '*' : ' ', device.uid, device.displayName(), channels,
+                           channels == 1 ? "" : "s");
         }
         return text.empty() ? "No input devices.\n" : text + "\n* the system's default\n";
     }

@@ -36,9 +36,9 @@ bool isSameFile(const std::string& a, const std::string& b)
 
 void checkPaths(const Options& options)
 {
-    for (const auto& [a, b] : {std::pair(options.file, options.blocksPath),
-                               std::pair(options.file, options.ticksPath),
-                               std::pair(options.blocksPath, options.ticksPath)}) {
+    for (const auto& [a, b] :
+         {std::pair(options.file, options.blocksPath), std::pair(options.file, options.ticksPath),
+          std::pair(options.blocksPath, options.ticksPath)}) {
         if (isSameFile(a, b))
             throw MeterError(fmt::format("{}: named twice, as two different files", b));
     }
@@ -55,9 +55,10 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
     std::string zoneName;
     double seconds = 0;
 
-    CLI::App app("Measures sound exposure: calibrated dBA and dBC levels, peaks and the NIOSH dose of a sound "
-                 "file or a live input.",
-                 "velmor-meter");
+    CLI::App app(
+        "Measures sound exposure: calibrated dBA and dBC levels, peaks and the NIOSH dose of a sound "
+        "file or a live input.",
+        "velmor-meter");
     app.footer(footer);
     app.set_version_flag("--version", "velmor-meter " VELMOR_VERSION);
     auto* file = app.add_option("FILE", options.file, "Sound file: WAV, RF64, FLAC, AIFF, Ogg and others");
@@ -72,10 +73,13 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
     app.add_option("--start", startText, "Start of the recording, as 2026-03-01T09:12:45Z (now)")
         ->excludes(live);
     app.add_option("--time-zone", zoneName, "Time zone of the day, as Europe/Berlin (the system's)");
-    auto* duration = app.add_option("--seconds", seconds, "Measure for so long (until interrupted)")->needs(live);
+    auto* duration =
+        app.add_option("--seconds", seconds, "Measure for so long (until interrupted)")->needs(live);
     app.add_flag("--json", options.json, "Print the result as one JSON object");
-    app.add_option("--blocks", options.blocksPath, "Write one JSON object for each block of 1024 frames (- for standard output)");
-    app.add_option("--ticks", options.ticksPath, "Write one JSON object for each tick of 0.1 seconds (- for standard output)");
+    app.add_option("--blocks", options.blocksPath,
+                   "Write one JSON object for each block of 1024 frames (- for standard output)");
+    app.add_option("--ticks", options.ticksPath,
+                   "Write one JSON object for each tick of 0.1 seconds (- for standard output)");
     file->excludes(live)->excludes(list);
     live->excludes(list);
 

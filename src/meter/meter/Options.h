@@ -21,9 +21,9 @@ struct Options
     int channel = 1;    ///< Counted from 1, as people do.
     double calibrationOffset = 94.0;
     bool conservative = false;
-    std::optional<Date> start;      ///< Absent for now.
+    std::optional<Date> start; ///< Absent for now.
     Calendar calendar = Calendar::current();
-    std::optional<double> seconds;  ///< Absent for until it is interrupted.
+    std::optional<double> seconds; ///< Absent for until it is interrupted.
     bool json = false;
     std::string blocksPath;
     std::string ticksPath;

@@ -21,8 +21,8 @@ OutputFile::OutputFile(const std::string& path)
     // The link in /dev must not be replaced, and opened anew a redirected output would begin at its
     // start again.
     const bool isStandardOutput = path == "-" || path == "/dev/stdout";
-    const bool isStream = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)
-                          && !std::filesystem::is_directory(status);
+    const bool isStream = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status) &&
+                          !std::filesystem::is_directory(status);
     if (isStandardOutput)
         m_stream.reset(::fdopen(::dup(STDOUT_FILENO), "w"));
     else if (isStream)

@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace velmor {
@@ -20,6 +22,34 @@ namespace {
 
 /// Frames that are taken from libsndfile at a time.
 constexpr std::size_t chunkFrames = 1024;
+
+/// Keeps standard error shut while it lives: the decoder of MPEG files writes its own lines there.
+class QuietStandardError
+{
+public:
+    QuietStandardError()
+        : m_kept(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0))
+    {
+        std::fflush(stderr);
+        const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (nowhere >= 0) {
+            ::dup2(nowhere, STDERR_FILENO);
+            ::close(nowhere);
+        }
+    }
+    ~QuietStandardError()
+    {
+        if (m_kept >= 0) {
+            ::dup2(m_kept, STDERR_FILENO);
+            ::close(m_kept);
+        }
+    }
+    QuietStandardError(const QuietStandardError&) = delete;
+    QuietStandardError& operator=(const QuietStandardError&) = delete;
+
+private:
+    int m_kept;
+};
 
 struct CloseFile
 {
@@ -31,6 +61,7 @@ struct CloseFile
 struct SoundFile::Handle
 {
     std::unique_ptr<SNDFILE, CloseFile> file;
+    bool isMpeg = false;
 };
 
 SoundFile::SoundFile(const std::string& path)
@@ -45,9 +76,14 @@ SoundFile::SoundFile(const std::string& path)
         throw MeterError(fmt::format("{}: {}", path, std::generic_category().message(errno)));
 
     SF_INFO info = {};
-    m_handle->file.reset(::sf_open(path.c_str(), SFM_READ, &info));
+    {
+        const QuietStandardError quiet;
+        m_handle->file.reset(::sf_open(path.c_str(), SFM_READ, &info));
+    }
+    m_handle->isMpeg = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
     if (!m_handle->file)
-        throw MeterError(fmt::format("{}: not a sound file that can be read ({})", path, ::sf_strerror(nullptr)));
+        throw MeterError(
+            fmt::format("{}: not a sound file that can be read ({})", path, ::sf_strerror(nullptr)));
     if (info.channels < 1 || info.samplerate < 1)
         throw MeterError(fmt::format("{}: the header tells of no channels or no sample rate", path));
     m_sampleRate = info.samplerate;
@@ -62,6 +98,9 @@ SoundFile::~SoundFile() = default;
 
 std::size_t SoundFile::read(int channel, std::span<float> samples)
 {
+    std::optional<QuietStandardError> quiet;
+    if (m_handle->isMpeg)
+        quiet.emplace();
     SNDFILE* const file = m_handle->file.get();
     std::size_t filled = 0;
     while (filled < samples.size()) {
@@ -80,7 +119,8 @@ std::size_t SoundFile::read(int channel, std::span<float> samples)
         }
         if (taken == 0) {
             if (::sf_error(file) != SF_ERR_NO_ERROR)
-                throw MeterError(fmt::format("{}: can't be read to the end ({})", m_path, ::sf_strerror(file)));
+                throw MeterError(
+                    fmt::format("{}: can't be read to the end ({})", m_path, ::sf_strerror(file)));
             break;
         }
         filled += taken;

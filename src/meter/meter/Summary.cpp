@@ -85,8 +85,8 @@ std::string humanText(const Summary& summary)
                              : !summary.device.empty() ? summary.device
                                                        : "System default input";
     line("{}", name);
-    line("{} at {} Hz, channel {} of {}, offset {} dB{}", clockText(summary.durationSeconds()), summary.sampleRate,
-         summary.channel, summary.channelCount, summary.calibrationOffset,
+    line("{} at {} Hz, channel {} of {}, offset {} dB{}", clockText(summary.durationSeconds()),
+         summary.sampleRate, summary.channel, summary.channelCount, summary.calibrationOffset,
          summary.conservative ? ", conservative" : "");
     line("");
     line("  {:<18}{:>8.1f} dBA{:>10.1f} dBC", "Level at the end", summary.currentSPL, summary.currentDBC);

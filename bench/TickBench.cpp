@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One tick of the hub while it measures above the threshold, with the store in SQLite: what the main
+// thread spends on it, and the time until the dose is committed.
+#include <app/AppState.h>
+#include <base/Print.h>
+#include <base/VirtualMainLoop.h>
+#include <linux/SqliteDefaultsStore.h>
+#include <platform/MemoryDefaultsStore.h>
+#include <support/FakeAudio.h>
+#include <support/Sound.h>
+#include <support/TemporaryFolder.h>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <vector>
+
+namespace velmor {
+namespace {
+
+enum class Wait { no, untilCommitted };
+
+/// Reports the median of the ticks' durations, too: now and then one waits for a sync.
+void tick(benchmark::State& state, DefaultsStore& defaults, VirtualMainLoop& loop, const std::function<void()>& commit)
+{
+    test::FakeAudio audio;
+    const Calendar calendar = Calendar::inZone("UTC").value();
+    AppState hub({loop, audio, audio, defaults, calendar}, 110);
+    printLinesOnStandardError();
+    hub.audioService.start();
+    for (std::size_t block = 0; block < 20; ++block)
+        audio.engine().deliver(test::sine(1000, 0.5, 48000, 1024, block * 1024));
+    loop.runPosted();
+
+    std::vector<double> microseconds;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        loop.runFor(0.1);
+        commit();
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        state.SetIterationTime(taken.count());
+        microseconds.push_back(taken.count() * 1e6);
+    }
+    std::ranges::nth_element(microseconds, microseconds.begin() + std::ssize(microseconds) / 2);
+    state.counters["median_us"] = microseconds[microseconds.size() / 2];
+    state.counters["worst_us"] = *std::ranges::max_element(microseconds);
+}
+
+void tickInSqlite(benchmark::State& state, Wait wait)
+{
+    const test::TemporaryFolder folder;
+    VirtualMainLoop loop(dateFromIsoText("2026-03-02T00:00:00Z").value());
+    SqliteDefaultsStore defaults(loop, folder / "defaults.sqlite");
+    tick(state, defaults, loop, [&] {
+        if (wait == Wait::untilCommitted)
+            defaults.flush();
+    });
+}
+BENCHMARK_CAPTURE(tickInSqlite, main_thread, Wait::no)->UseManualTime()->Iterations(20000);
+BENCHMARK_CAPTURE(tickInSqlite, until_committed, Wait::untilCommitted)->UseManualTime()->Iterations(20000);
+
+void tickInMemory(benchmark::State& state)
+{
+    VirtualMainLoop loop(dateFromIsoText("2026-03-02T00:00:00Z").value());
+    MemoryDefaultsStore defaults;
+    tick(state, defaults, loop, [] {});
+}
+BENCHMARK(tickInMemory)->UseManualTime()->Iterations(20000);
+
+} // namespace
+} // namespace velmor
