@@ -38,13 +38,22 @@ void hourOfWav(benchmark::State& state, int subformat)
             state.SkipWithError("the meter failed");
         peakMemoryKiB = std::max(peakMemoryKiB, outcome.peakMemoryKiB);
     }
-    state.counters["times_real_time"] =
-        benchmark::Counter(static_cast<double>(seconds) * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+    state.counters["times_real_time"] = benchmark::Counter(
+        static_cast<double>(seconds) * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
     state.counters["peak_MiB"] = static_cast<double>(peakMemoryKiB) / 1024;
 }
-BENCHMARK_CAPTURE(hourOfWav, pcm16, SF_FORMAT_PCM_16)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
-BENCHMARK_CAPTURE(hourOfWav, pcm24, SF_FORMAT_PCM_24)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
-BENCHMARK_CAPTURE(hourOfWav, float32, SF_FORMAT_FLOAT)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+BENCHMARK_CAPTURE(hourOfWav, pcm16, SF_FORMAT_PCM_16)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(3);
+BENCHMARK_CAPTURE(hourOfWav, pcm24, SF_FORMAT_PCM_24)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(3);
+BENCHMARK_CAPTURE(hourOfWav, float32, SF_FORMAT_FLOAT)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(3);
 
 } // namespace
 } // namespace velmor

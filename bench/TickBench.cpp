@@ -23,12 +23,13 @@ namespace {
 enum class Wait { no, untilCommitted };
 
 /// Reports the median of the ticks' durations, too: now and then one waits for a sync.
-void tick(benchmark::State& state, DefaultsStore& defaults, VirtualMainLoop& loop, const std::function<void()>& commit)
+void tick(benchmark::State& state, DefaultsStore& defaults, VirtualMainLoop& loop,
+          const std::function<void()>& commit)
 {
     test::FakeAudio audio;
     const Calendar calendar = Calendar::inZone("UTC").value();
     AppState hub({loop, audio, audio, defaults, calendar}, 110);
-    printLinesOnStandardError();
+    setPrintedLines(PrintedLines::nowhere);
     hub.audioService.start();
     for (std::size_t block = 0; block < 20; ++block)
         audio.engine().deliver(test::sine(1000, 0.5, 48000, 1024, block * 1024));

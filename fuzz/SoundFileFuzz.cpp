@@ -59,11 +59,12 @@ const std::vector<Bytes>& sounds()
 {
     static const std::vector<Bytes> all = [] {
         std::vector<Bytes> made;
-        for (const int format :
-             {SF_FORMAT_WAV | SF_FORMAT_PCM_16, SF_FORMAT_WAV | SF_FORMAT_FLOAT, SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM,
-              SF_FORMAT_WAVEX | SF_FORMAT_DOUBLE, SF_FORMAT_RF64 | SF_FORMAT_PCM_24, SF_FORMAT_AIFF | SF_FORMAT_FLOAT,
-              SF_FORMAT_FLAC | SF_FORMAT_PCM_24, SF_FORMAT_OGG | SF_FORMAT_VORBIS, SF_FORMAT_AU | SF_FORMAT_PCM_32,
-              SF_FORMAT_CAF | SF_FORMAT_ALAC_16, SF_FORMAT_W64 | SF_FORMAT_PCM_16})
+        for (const int format : {SF_FORMAT_WAV | SF_FORMAT_PCM_16, SF_FORMAT_WAV | SF_FORMAT_FLOAT,
+                                 SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM, SF_FORMAT_WAVEX | SF_FORMAT_DOUBLE,
+                                 SF_FORMAT_RF64 | SF_FORMAT_PCM_24, SF_FORMAT_AIFF | SF_FORMAT_FLOAT,
+                                 SF_FORMAT_FLAC | SF_FORMAT_PCM_24, SF_FORMAT_OGG | SF_FORMAT_VORBIS,
+                                 SF_FORMAT_AU | SF_FORMAT_PCM_32, SF_FORMAT_CAF | SF_FORMAT_ALAC_16,
+                                 SF_FORMAT_W64 | SF_FORMAT_PCM_16})
             made.push_back(soundOfFormat(format));
         return made;
     }();
@@ -105,8 +106,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const Bytes bytes = fileFrom({data, size});
     static const int memory = newMemoryFile();
-    if (::ftruncate(memory, 0) != 0
-        || ::pwrite(memory, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
+    if (::ftruncate(memory, 0) != 0 ||
+        ::pwrite(memory, bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
         std::abort();
 
     try {

@@ -11,9 +11,11 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <string>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -25,13 +27,35 @@ constexpr int interruptedStatus = 128 + SIGINT;
 
 volatile std::sig_atomic_t interrupted = 0;
 
-/// Lets the measurement end by itself, so that no half-written file stays behind.
+/// Lets the measurement end by itself, so that no half-written file stays behind. A second signal has
+/// its usual effect. A reader that has gone away is an output that can't be written.
 void interruptOnSignals()
 {
     struct sigaction action = {};
     action.sa_handler = [](int) { interrupted = 1; };
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        ::sigaction(signal, &action, nullptr);
+    action.sa_handler = SIG_IGN;
+    action.sa_flags = 0;
+    ::sigaction(SIGPIPE, &action, nullptr);
+}
+
+/// Started with its standard streams closed, the program would take its own files for them.
+void fillStandardStreams()
+{
+    int descriptor = 0;
+    do
+        descriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    ::close(descriptor);
+}
+
+/// Unlike fmt::print this doesn't throw where standard error is closed or full.
+void printOnStandardError(const std::string& text)
+{
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
 }
 
 /// A bar on the terminal, for files that take a moment.
@@ -43,7 +67,7 @@ public:
     void clear()
     {
         if (std::exchange(m_percent, 0) > 0)
-            fmt::print(stderr, "\r\x1b[K");
+            printOnStandardError("\r\x1b[K");
     }
 
     void show(double share)
@@ -54,8 +78,8 @@ public:
             return;
         m_percent = percent;
         const int filled = percent * width / 100;
-        fmt::print(stderr, "\r[{:█<{}}{:░<{}}] {:3} %", "", filled, "", width - filled, percent);
-        std::fflush(stderr);
+        printOnStandardError(
+            fmt::format("\r[{:█<{}}{:░<{}}] {:3} %", "", filled, "", width - filled, percent));
     }
 
 private:
@@ -83,6 +107,7 @@ int run(const Options& options)
         print(deviceList(options.json));
         return EXIT_SUCCESS;
     case Options::Task::measureLive:
+        setPrintedLines(PrintedLines::onStandardError);
         print(textOf(options, measureLive(options, interrupted)));
         return EXIT_SUCCESS;
     case Options::Task::measureFile:
@@ -105,15 +130,16 @@ int run(const Options& options)
 
 int main(int argumentCount, char** arguments)
 {
+    fillStandardStreams();
     try {
         const auto parsed = parseOptions(argumentCount, arguments);
         if (const auto* exit = std::get_if<EarlyExit>(&parsed))
             return exit->status;
-        printLinesOnStandardError();
+        setPrintedLines(PrintedLines::nowhere);
         interruptOnSignals();
         return run(std::get<Options>(parsed));
-    } catch (const MeterError& error) {
-        fmt::print(stderr, "velmor-meter: {}\n", error.what());
+    } catch (const std::exception& error) {
+        printOnStandardError(fmt::format("velmor-meter: {}\n", error.what()));
         return badInputStatus;
     }
 }

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace velmor {
 namespace {
 
@@ -63,6 +65,18 @@ TEST_F(AppStateTest, WithCaptureStoppedATickChangesNothing)
     hub.audioService.stop();
     loop.runFor(10);
     EXPECT_EQ(hub.doseCalculator.accumulatedDose, dose);
+
+    // The last measurement is still the one before the stop: ticks in between would have moved it, and
+    // the next loud one would count from there.
+    hub.audioService.start();
+    for (std::size_t block = 0; block < 20; ++block)
+        audio.engine().deliver(test::sine(1000, 0.5, 48000, 1024, block * 1024));
+    loop.runPosted();
+    const double level = hub.audioService.currentSPL;
+    loop.runFor(0.1);
+    const double perSecond = std::pow(2, (level - 85) / 3) / (8 * 3600);
+    EXPECT_GT(hub.doseCalculator.accumulatedDose - dose, 10 * perSecond);
+    EXPECT_LT(hub.doseCalculator.accumulatedDose - dose, 10.3 * perSecond);
 }
 
 TEST_F(AppStateTest, APeakIsCountedOnceATickForAsLongAsItLasts)

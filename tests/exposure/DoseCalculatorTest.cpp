@@ -207,13 +207,37 @@ TEST_F(DoseCalculatorTest, APeakOf115DBACountsAndCallsBackOnEveryMeasurement)
     EXPECT_THAT(peakAlerts, IsEmpty());
 }
 
-TEST_F(DoseCalculatorTest, TheCountIsUpToDateWhenTheAlertIsCalled)
+TEST_F(DoseCalculatorTest, PeaksAreCountedAndAnnouncedAtOnceTheImpulseFirst)
 {
-    std::vector<std::int64_t> counts;
-    calculator.onInstantaneousPeakAlert = [&](double) { counts.push_back(calculator.peakDBACount115); };
-    calculator.onPeakAlert = [&](double) { counts.push_back(calculator.peakCount135); };
-    measure(0, 0, 135, 115);
-    EXPECT_THAT(counts, ElementsAre(1, 1));
+    std::vector<std::string> events;
+    calculator.onInstantaneousPeakAlert = [&](double) {
+        events.push_back("115: " + std::to_string(calculator.peakDBACount115.get()));
+    };
+    calculator.onPeakAlert = [&](double) {
+        events.push_back("135: " + std::to_string(calculator.peakCount135.get()));
+    };
+    calculator.addMeasurement(0, 0, 135, 115, loop.now());
+    EXPECT_THAT(events, ElementsAre("135: 1", "115: 1"));
+    EXPECT_EQ(calculator.todayPeakDBC, 135);
+}
+
+TEST_F(DoseCalculatorTest, OverrideDoseLeavesTheProjection)
+{
+    calculator.accumulatedDose = 0.25;
+    measure(88);
+    const double projection = calculator.projectedDoseAtEndOfDay;
+    ASSERT_GT(projection, 0);
+    calculator.overrideDose(10);
+    loop.runPosted();
+    EXPECT_EQ(calculator.projectedDoseAtEndOfDay, projection);
+}
+
+TEST_F(DoseCalculatorTest, SettingTheModeWritesNothingByItself)
+{
+    calculator.conservativeMode = true;
+    EXPECT_THAT(defaults.values(), IsEmpty());
+    calculator.persistConservativeMode();
+    EXPECT_EQ(stored<bool>("conservativeMode"), true);
 }
 
 TEST_F(DoseCalculatorTest, TheProjectionSpendsTheRestOfEightHoursAtThePresentLevel)

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace velmor {
@@ -178,6 +179,46 @@ TEST_F(AudioMeasurementServiceTest, ABlockThatWasStillOnItsWayDoesNotRaiseTheLev
     EXPECT_EQ(service->peakDBA, 0);
 }
 
+TEST_F(AudioMeasurementServiceTest, SomebodyWhoIsToldOfALevelMayStopTheCapture)
+{
+    service->start();
+    const Subscription stopper = service->currentSPL.subscribe([&](double level) {
+        if (level > 0)
+            service->stop();
+    });
+    audio.engine().deliver(sine(1000, 300, 48000, 1024));
+    audio.engine().deliver(sine(1000, 300, 48000, 1024));
+    loop.runPosted();
+    EXPECT_FALSE(service->isRunning);
+    EXPECT_EQ(service->currentSPL, 0);
+    EXPECT_EQ(service->currentDBC, 0);
+    EXPECT_EQ(service->peakDBC, 0);
+    EXPECT_EQ(service->peakDBA, 0);
+    EXPECT_FALSE(service->peakAlert);
+}
+
+TEST_F(AudioMeasurementServiceTest, ADropThatIsReportedOnlyAtTheStopIsStillLoggedAndCounted)
+{
+    service->start();
+    audio.engine().deliver(noise(0.5, 8193));
+    lines();
+    service->stop();
+    EXPECT_EQ(lines(), "[Velmor] tap delivered 8193 frames > scratchCapacity (8192) — dropping buffer\n");
+    EXPECT_EQ(service->droppedBlocks(), 1U);
+}
+
+TEST_F(AudioMeasurementServiceTest, ATapWithoutSamplesReportsNothing)
+{
+    service->start();
+    int updates = 0;
+    const Subscription levels = service->currentSPL.subscribe([&](double) { ++updates; });
+    audio.engine().tap(nullptr, 9000);
+    audio.engine().tap(nullptr, 0);
+    loop.runPosted();
+    EXPECT_EQ(updates, 0);
+    EXPECT_EQ(service->droppedBlocks(), 0U);
+}
+
 TEST_F(AudioMeasurementServiceTest, StopWhenStoppedChangesNothingAndKeepsTheRawSampleCallback)
 {
     int rawBlocks = 0;
@@ -261,7 +302,7 @@ TEST_F(AudioMeasurementServiceTest, AnUndecidedPermissionIsAskedForAndItsAnswerC
     AudioMeasurementService asking(loop, audio, *manager, 94);
     EXPECT_FALSE(asking.hasPermission);
     ASSERT_TRUE(audio.accessAnswer);
-    audio.accessAnswer(true);
+    std::thread([&] { audio.accessAnswer(true); }).join();
     EXPECT_FALSE(asking.hasPermission);
     loop.runPosted();
     EXPECT_TRUE(asking.hasPermission);
@@ -341,13 +382,19 @@ TEST_F(AudioMeasurementServiceTest, TheSelectedDeviceDisappearsWhileCaptureRuns)
         wasRunning = service->isRunning;
     };
     audio.unplug("mic");
+    int rawBlocks = 0;
+    service->setRawSampleCallback([&](std::span<const float>, double) { ++rawBlocks; });
+    audio.engine().calls.clear();
     audio.engine().changeConfiguration();
-    EXPECT_FALSE(audio.engine().isStarted);
+    EXPECT_THAT(audio.engine().calls, ElementsAre("stop"));
+    EXPECT_TRUE(audio.engine().tap);
+    EXPECT_TRUE(audio.engine().observer);
     EXPECT_TRUE(service->isRunning);
     loop.runFor(0.399);
     EXPECT_EQ(disconnections, 0);
     loop.runFor(0.001);
     EXPECT_EQ(disconnections, 1);
+    EXPECT_THAT(audio.engine().calls, ElementsAre("stop", "removeTap", "stop"));
     EXPECT_FALSE(wasRunning);
     EXPECT_FALSE(service->isRunning);
     EXPECT_EQ(service->currentSPL, 0);
@@ -357,6 +404,10 @@ TEST_F(AudioMeasurementServiceTest, TheSelectedDeviceDisappearsWhileCaptureRuns)
     loop.runFor(10);
     EXPECT_EQ(disconnections, 1);
     EXPECT_EQ(manager->inputDevices.get().size(), 1U);
+    manager->selectDevice("interface");
+    service->start();
+    deliver(noise(0.1, 1024));
+    EXPECT_EQ(rawBlocks, 0);
 }
 
 TEST_F(AudioMeasurementServiceTest, TheSystemDefaultNeverCountsAsDisconnected)
@@ -428,6 +479,23 @@ TEST_F(AudioMeasurementServiceTest, ARecoveryAtAnotherRateBeginsFromSilence)
 
     BlockProcessor processor(94);
     processor.prepare(96000);
+    processor.process(block.data(), block.size());
+    EXPECT_EQ(service->currentSPL, processor.smoothedDBA());
+}
+
+TEST_F(AudioMeasurementServiceTest, ARateOf0AfterARecoveryIsNotTaken)
+{
+    const auto block = sine(1000, 0.5, 48000, 1024);
+    service->start();
+    deliver(block);
+    audio.engine().format = {0, 0};
+    audio.engine().changeConfiguration();
+    loop.runFor(0.4);
+    EXPECT_TRUE(service->isRunning);
+    EXPECT_EQ(service->currentSampleRate(), 48000);
+    deliver(block);
+    BlockProcessor processor(94);
+    processor.process(block.data(), block.size());
     processor.process(block.data(), block.size());
     EXPECT_EQ(service->currentSPL, processor.smoothedDBA());
 }

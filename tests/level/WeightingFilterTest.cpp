@@ -311,6 +311,9 @@ TYPED_TEST(EachFilter, ACascadeWhoseGainIsNoNumberStaysUnnormalised)
 
     std::vector<SectionCoefficients> undefined = {{std::nan(""), 0, 0, 0, 0}, {2, 1, 0, 0, 0}};
     normalizeGainAt1kHz(undefined, 48000);
+    // Multiplied by the reciprocal of such a gain these would not be numbers any more.
+    EXPECT_EQ(undefined[0][1], 0);
+    EXPECT_EQ(undefined[0][2], 0);
     EXPECT_EQ(undefined[1], before[1]);
 
     std::vector<SectionCoefficients> none;

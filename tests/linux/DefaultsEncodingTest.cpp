@@ -27,7 +27,7 @@ TEST(DefaultsEncoding, EachTypeComesBackAsItself)
                                                DefaultsData(),
                                                DefaultsData{std::byte(0), std::byte(255)},
                                                Date(),
-                                               Date::min()};
+                                               Date(std::chrono::hours(-24 * 365 * 200))};
     for (const DefaultsValue& value : values)
         EXPECT_EQ(decodeDefaultsValue(typeName(value), encodedDefaultsValue(value)), value)
             << typeName(value);
@@ -38,6 +38,12 @@ TEST(DefaultsEncoding, ADoubleThatIsNoNumberComesBackAsAbsent)
     const DefaultsValue value = std::nan("");
     EXPECT_TRUE(std::holds_alternative<std::monostate>(encodedDefaultsValue(value)));
     EXPECT_EQ(decodeDefaultsValue("double", encodedDefaultsValue(value)), std::nullopt);
+}
+
+TEST(DefaultsEncoding, ADateAtTheEndOfTimeIsNoValue)
+{
+    for (const Date date : {Date::min(), Date::max(), Date::max() - std::chrono::hours(47)})
+        EXPECT_EQ(decodeDefaultsValue("date", encodedDefaultsValue(date)), std::nullopt);
 }
 
 TEST(DefaultsEncoding, AColumnThatDoesNotFitTheTypeIsNoValue)

@@ -8,11 +8,11 @@
 
 int main(int argumentCount, char** arguments)
 {
-    if (argumentCount != 3)
+    if (argumentCount != 4)
         return 2;
     using namespace velmor;
     test::DosePage page(arguments[2]);
-    const Calendar calendar = Calendar::inZone("UTC").value();
+    const Calendar calendar = Calendar::inZone(arguments[3]).value();
     PollMainLoop loop;
     SqliteDefaultsStore defaults(loop, arguments[1]);
     DoseCalculator calculator(loop, defaults, calendar);

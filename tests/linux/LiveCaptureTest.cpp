@@ -11,9 +11,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace velmor {
 namespace {
@@ -136,15 +138,23 @@ TEST_F(LiveCaptureTest, TheSystemDefaultIsMeasuredWithoutASelection)
 
 TEST_F(LiveCaptureTest, ADeviceThatIsRemovedEndsCaptureAndOneThatComesBackCanBeStartedAgain)
 {
-    // Another microphone stands by: it must not be taken in silence.
+    // Another microphone stands by, much louder: it must not be taken in silence.
     session.createMicrophone("othermic");
+    test::writeSound(session / "loud.wav",
+                     {test::sine(1000, 1, 48000, 60 * 48000), test::sine(1000, 1, 48000, 60 * 48000)}, 48000);
+    const auto otherPlayer = session.playInto("othermic", session / "loud.wav");
     ASSERT_TRUE(runUntil([this] { return graph->inputDevices().size() == 2; }));
     manager->refreshDevices();
     manager->selectDevice("testmic");
     service->start();
     ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
 
+    double highestPeak = 0;
+    const Subscription peaks =
+        service->peakDBC.subscribe([&](double peak) { highestPeak = std::max(highestPeak, peak); });
     session.removeMicrophone("testmic");
+    // While the main thread is busy nothing but the stream's own properties keeps it from the other.
+    std::this_thread::sleep_for(std::chrono::seconds(1));
     ASSERT_TRUE(runUntil([this] { return disconnections == 1; }));
     EXPECT_FALSE(service->isRunning);
     EXPECT_EQ(service->currentSPL, 0);
@@ -154,6 +164,7 @@ TEST_F(LiveCaptureTest, ADeviceThatIsRemovedEndsCaptureAndOneThatComesBackCanBeS
     runFor(1);
     EXPECT_EQ(disconnections, 1);
     EXPECT_FALSE(service->isRunning);
+    EXPECT_LT(highestPeak, levelOfSine(0.5, 94) + 3.5);
 
     player.reset();
     session.createMicrophone("testmic");
@@ -179,6 +190,95 @@ TEST_F(LiveCaptureTest, StartingAndStoppingManyTimesWorksEachTime)
         service->stop();
         ASSERT_EQ(service->currentSPL, 0);
     }
+}
+
+TEST_F(LiveCaptureTest, AnotherDefaultIsFollowedAndAnotherMicrophoneIsNot)
+{
+    session.createMicrophone("othermic");
+    test::writeSound(session / "loud.wav",
+                     {test::sine(1000, 1, 48000, 60 * 48000), test::sine(1000, 1, 48000, 60 * 48000)}, 48000);
+    const auto otherPlayer = session.playInto("othermic", session / "loud.wav");
+    const auto makeDefault = [&](const std::string& name) {
+        test::run({"pw-metadata", "0", "default.configured.audio.source", "{ \"name\": \"" + name + "\" }",
+                   "Spa:String:JSON"});
+        return runUntil([this, name] {
+            const auto source = graph->defaultSource();
+            return source && source->name == name;
+        });
+    };
+    ASSERT_TRUE(makeDefault("testmic"));
+    service->start();
+    ASSERT_TRUE(service->isRunning);
+    runFor(2);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+    ASSERT_TRUE(makeDefault("othermic"));
+    runFor(2);
+    EXPECT_TRUE(service->isRunning);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(1, 94), 0.2);
+    EXPECT_EQ(disconnections, 0);
+}
+
+TEST_F(LiveCaptureTest, TheGraphsRateIsFollowedButNotBelow44100Hertz)
+{
+    manager->selectDevice("testmic");
+    service->start();
+    ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
+    for (const auto& [graphRate, captureRate] : {std::pair("44100", 44100.0), std::pair("96000", 96000.0),
+                                                 std::pair("32000", 44100.0), std::pair("48000", 48000.0)}) {
+        test::run({"pw-metadata", "-n", "settings", "0", "clock.force-rate", graphRate});
+        ASSERT_TRUE(runUntil([this, rate = captureRate] { return service->currentSampleRate() == rate; }))
+            << graphRate;
+        runFor(1.5);
+        EXPECT_TRUE(service->isRunning);
+        EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2) << graphRate;
+    }
+    EXPECT_EQ(disconnections, 0);
+}
+
+TEST_F(LiveCaptureTest, AStreamThatSomebodyElseDestroysIsMadeAgain)
+{
+    manager->selectDevice("testmic");
+    service->start();
+    ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
+    test::run({"pw-cli", "destroy", "velmor"});
+    // The recovery begins from silence only at another rate; the level itself must move again.
+    runFor(1);
+    int updates = 0;
+    const Subscription levels = service->currentSPL.subscribe([&](double) { ++updates; });
+    runFor(1);
+    EXPECT_TRUE(service->isRunning);
+    EXPECT_GT(updates, 30);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+}
+
+TEST_F(LiveCaptureTest, AVolumeThatAMixerGivesTheStreamDoesNotShiftTheLevel)
+{
+    manager->selectDevice("testmic");
+    for (int round = 0; round < 2; ++round) {
+        service->start();
+        ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; })) << round;
+        test::run({"pw-cli", "set-param", "velmor", "Props", "{ channelVolumes: [ 0.1, 0.1 ], mute: true }"});
+        runFor(1.5);
+        EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2) << round;
+        service->stop();
+        // Time for the session manager to write down what it would bring back the next time.
+        runFor(1.5);
+    }
+}
+
+TEST_F(LiveCaptureTest, AServerThatDiesEndsTheCapture)
+{
+    manager->selectDevice("testmic");
+    service->start();
+    ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
+    session.killPipeWire();
+    ASSERT_TRUE(runUntil([this] { return disconnections == 1; }));
+    EXPECT_FALSE(service->isRunning);
+    EXPECT_EQ(service->currentSPL, 0);
+    EXPECT_FALSE(graph->isConnected());
+    EXPECT_TRUE(graph->inputDevices().empty());
+    service->start();
+    EXPECT_FALSE(service->isRunning);
 }
 
 TEST_F(LiveCaptureTest, AChannelThatTheDeviceDoesNotHaveFallsBackToItsFirst)

@@ -158,9 +158,15 @@ TEST_F(SqliteDefaultsStoreTest, ChangesAreVisibleAtOnceAndCommittedTogetherAfter
     store->set("a", std::int64_t(2));
     EXPECT_EQ(store->get<std::int64_t>("a"), 2);
     EXPECT_EQ(readByAnother("SELECT count(*) FROM defaults"), 0);
+
+    // A reader that looks all the time sees none of the turn's changes or all of them.
+    for (int i = 0; i < 200; ++i)
+        store->set("key " + std::to_string(i), true);
     loop.runPosted();
-    store->flush();
-    EXPECT_EQ(readByAnother("SELECT count(*) FROM defaults"), 2);
+    int count = 0;
+    while (count == 0)
+        count = readByAnother("SELECT count(*) FROM defaults");
+    EXPECT_EQ(count, 202);
     EXPECT_EQ(readByAnother("SELECT value FROM defaults WHERE key = 'a'"), 2);
 }
 
@@ -357,6 +363,101 @@ TEST_F(SqliteDefaultsStoreTest, AFullDiskCostsOneLineAndWhatWasChangedIsWrittenW
     EXPECT_EQ(store->get<std::string>("b"), std::string(20000, 'z'));
     EXPECT_EQ(store->get<bool>("c"), true);
     store.reset();
+}
+
+TEST_F(SqliteDefaultsStoreTest, WhatCouldNotBeWrittenIsTriedAgainAtTheEnd)
+{
+    std::filesystem::create_directory(file);
+    std::unique_ptr<SqliteDefaultsStore> store;
+    openPrinting(store);
+    store->set("a", true);
+    loop.runPosted();
+    store->flush();
+    std::filesystem::remove(file);
+    store.reset();
+    EXPECT_EQ(open()->value("a"), DefaultsValue(true));
+}
+
+TEST_F(SqliteDefaultsStoreTest, ADatabaseThatAnotherHoldsForAWhileIsWrittenLater)
+{
+    const auto store = open();
+    sqlite3* other = nullptr;
+    ::sqlite3_open(file.c_str(), &other);
+    ASSERT_EQ(::sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    store->set("a", true);
+    loop.runPosted();
+    CaptureStdout();
+    store->flush();
+    EXPECT_THAT(GetCapturedStdout(), HasSubstr("(database is locked) — settings are kept in memory\n"));
+    ASSERT_EQ(::sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr), SQLITE_OK);
+    ::sqlite3_close(other);
+    store->set("b", true);
+    loop.runPosted();
+    store->flush();
+    EXPECT_EQ(readByAnother("SELECT count(*) FROM defaults"), 2);
+}
+
+TEST_F(SqliteDefaultsStoreTest, ALogWhoseDatabaseIsGoneIsKept)
+{
+    {
+        const auto store = open();
+        store->set("a", true);
+        loop.runPosted();
+        store->flush();
+        std::filesystem::copy_file(file.native() + "-wal", folder / "log");
+    }
+    const std::string log = contentOf(folder / "log");
+    ASSERT_FALSE(log.empty());
+    for (const bool isEmpty : {false, true}) {
+        std::filesystem::remove(file);
+        if (isEmpty)
+            writeFile(file, "");
+        writeFile(file.native() + "-wal", log);
+        std::unique_ptr<SqliteDefaultsStore> store;
+        const std::string aside = file.native() + ".damaged-2026-03-02T09:00:00Z" + (isEmpty ? "-2" : "");
+        EXPECT_EQ(openPrinting(store), "[Velmor] Defaults store " + file.native() +
+                                           " is damaged (its log has no database) — set aside as " + aside +
+                                           "\n");
+        EXPECT_EQ(contentOf(aside + "-wal"), log);
+        EXPECT_EQ(store->value("a"), std::nullopt);
+    }
+}
+
+TEST_F(SqliteDefaultsStoreTest, ADamagedDatabaseIsSetAsideWithItsLogAsItWasFound)
+{
+    {
+        const auto store = open();
+        for (int i = 0; i < 500; ++i)
+            store->set("key " + std::to_string(i), std::string(100, 'x'));
+    }
+    std::string database, log;
+    {
+        const auto store = open();
+        store->set("key 1", true);
+        loop.runPosted();
+        store->flush();
+        database = contentOf(file);
+        log = contentOf(file.native() + "-wal");
+    }
+    ASSERT_FALSE(log.empty());
+    database.replace(20000, 20000, 20000, '\xA5');
+    writeFile(file, database);
+    writeFile(file.native() + "-wal", log);
+    std::unique_ptr<SqliteDefaultsStore> store;
+    EXPECT_THAT(openPrinting(store), HasSubstr("is damaged"));
+    const std::string aside = file.native() + ".damaged-2026-03-02T09:00:00Z";
+    EXPECT_TRUE(contentOf(aside) == database);
+    EXPECT_TRUE(contentOf(aside + "-wal") == log);
+}
+
+TEST_F(SqliteDefaultsStoreTest, TheLogIsInWriteAheadMode)
+{
+    {
+        open()->set("a", true);
+    }
+    // Kept in the file's header: 2 for a write-ahead log, 1 for a rollback journal.
+    EXPECT_EQ(contentOf(file)[18], 2);
+    EXPECT_EQ(contentOf(file)[19], 2);
 }
 
 TEST_F(SqliteDefaultsStoreTest, AStoreThatIsGoneLeavesNoTaskBehind)

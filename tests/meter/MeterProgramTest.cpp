@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
 #include <numbers>
 #include <thread>
 
@@ -43,6 +44,17 @@ protected:
 
     test::TemporaryFolder folder;
 };
+
+/// One line on standard error, status 2, and no file that was not there before.
+void expectRefusal(const Outcome& outcome, const std::string& line, const test::TemporaryFolder& folder,
+                   const std::vector<std::string>& names)
+{
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.error, HasSubstr(line));
+    EXPECT_EQ(std::ranges::count(outcome.error, '\n'), 1) << outcome.error;
+    EXPECT_EQ(folder.names(), names);
+}
 
 TEST_F(MeterProgramTest, ASineOf997HertzReadsWhatTheFormulaSays)
 {
@@ -179,18 +191,7 @@ TEST_F(MeterProgramTest, TheSummaryForPeopleIsShortAndHasTheFigures)
     EXPECT_THAT(outcome.output, HasSubstr("0:00:10 at 48000 Hz, channel 1 of 1, offset 94 dB"));
     EXPECT_THAT(outcome.output, HasSubstr("85.0 dBA"));
     EXPECT_LT(std::ranges::count(outcome.output, '\n'), 20);
-    EXPECT_EQ(outcome.error, "[Velmor] setChannelMap: device channel 0 → bus channels 0..<1\n");
-}
-
-/// One line on standard error, status 2, and no file that was not there before.
-void expectRefusal(const Outcome& outcome, const std::string& line, const test::TemporaryFolder& folder,
-                   const std::vector<std::string>& names)
-{
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.output, "");
-    EXPECT_THAT(outcome.error, HasSubstr(line));
-    EXPECT_EQ(std::ranges::count(outcome.error, '\n'), 1) << outcome.error;
-    EXPECT_EQ(folder.names(), names);
+    EXPECT_EQ(outcome.error, "");
 }
 
 TEST_F(MeterProgramTest, BadInputGetsOneLineAndStatus2AndLeavesNothingBehind)
@@ -222,10 +223,8 @@ TEST_F(MeterProgramTest, BadInputGetsOneLineAndStatus2AndLeavesNothingBehind)
 TEST_F(MeterProgramTest, AnOutputThatFillsTheDiskIsRefusedAndNothingIsLeft)
 {
     const std::string sound = write("sine.wav", {sine(1000, 0.5, 48000, 48000)});
-    const auto outcome = meter({sound, "--blocks", "/dev/full"});
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.output, "");
-    EXPECT_THAT(outcome.error, HasSubstr("/dev/full: can't be written (No space left on device)"));
+    expectRefusal(meter({sound, "--blocks", "/dev/full"}),
+                  "/dev/full: can't be written (No space left on device)", folder, {"sine.wav"});
 }
 
 TEST_F(MeterProgramTest, APipeIsWrittenToAlongTheWay)
@@ -241,6 +240,48 @@ TEST_F(MeterProgramTest, APipeIsWrittenToAlongTheWay)
     const auto null = meter({sound, "--ticks", "/dev/null"});
     EXPECT_EQ(null.status, 0);
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+
+/// Runs the meter by way of a shell, for what only a shell can do to its streams.
+Outcome shell(const std::string& command)
+{
+    return test::run({"sh", "-c", command, "sh", test::programPath("VELMOR_PROGRAM_VELMOR_METER")});
+}
+
+TEST_F(MeterProgramTest, StandardStreamsThatAreClosedOrFullAreNoCrash)
+{
+    const std::string sound = write("sine.wav", {sine(1000, 0.5, 48000, 48000)});
+    EXPECT_EQ(shell("\"$1\" missing.wav 2>/dev/full").status, 2);
+    EXPECT_EQ(shell("\"$1\" missing.wav 2>&-").status, 2);
+    const auto full = shell("\"$1\" " + sound + " > /dev/full");
+    EXPECT_EQ(full.status, 2);
+    EXPECT_EQ(full.error, "velmor-meter: standard output can't be written\n");
+    const std::string ticks = folder / "ticks";
+    EXPECT_EQ(shell("\"$1\" " + sound + " --ticks " + ticks + " <&- >&- 2>&-").status, 0);
+    EXPECT_EQ(test::jsonLines(contentOf(ticks)).size(), 10U);
+}
+
+TEST_F(MeterProgramTest, AReaderThatGoesAwayLeavesNoHalfWrittenFile)
+{
+    const std::string sound = write("long.wav", {std::vector<float>(600 * 48000)});
+    const auto outcome =
+        shell("\"$1\" " + sound + " --blocks " + (folder / "blocks").native() + " --ticks - | head -n 1");
+    EXPECT_EQ(outcome.output.find("{\"t\":0.1,"), 0U);
+    EXPECT_EQ(outcome.error, "velmor-meter: -: can't be written (Broken pipe)\n");
+    EXPECT_THAT(folder.names(), ElementsAre("long.wav"));
+}
+
+TEST_F(MeterProgramTest, TheDemonstrationReadsWhatItPromises)
+{
+    const std::filesystem::path program = test::programPath("VELMOR_PROGRAM_VELMOR_METER");
+    const auto demonstration = program.parent_path().parent_path() / "demonstration.wav";
+    const std::string ticks = folder / "ticks";
+    const auto outcome = meter({"--json", "--ticks", ticks, demonstration});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_NEAR(test::jsonLines(contentOf(ticks)).at(189)["spl"], 85.0, 0.01); // after 19 seconds
+    const JsonObject json(outcome.output);
+    EXPECT_GE(json["peakCount135"], 1);
+    EXPECT_NEAR(json["todayPeakDBC"], 138.01, 0.1);
 }
 
 TEST_F(MeterProgramTest, AnInterruptedMeasurementLeavesNoHalfWrittenFile)

@@ -93,6 +93,13 @@ TEST(Options, WhatMakesNoSenseIsRefusedInOneLine)
         {"a.wav", "--time-zone", "Europe/Atlantis"},
         {"a.wav", "--unknown"},
         {"a.wav", "--blocks"},
+        {"a.wav", "--blocks", ""},
+        {"a.wav", "--start", ""},
+        {"a.wav", "--time-zone", ""},
+        {"--live", "--device", ""},
+        {"a.wav", "--start", "2262-04-11T23:47:16Z"},
+        {"a.wav", "--blocks", "-", "--ticks", "/dev/stdout"},
+        {"a.wav", "--blocks", "-", "--ticks", "-"},
     };
     for (const auto& command : commands) {
         const std::string error = errorOf(command);

@@ -38,6 +38,8 @@ public:
     Companion(const Companion&) = delete;
     Companion& operator=(const Companion&) = delete;
 
+    void kill() const { ::kill(m_process, SIGKILL); }
+
 private:
     pid_t m_process;
 };
@@ -65,6 +67,7 @@ public:
             waitForFile("bus");
             m_companions.push_back(
                 std::make_unique<Companion>(std::vector<std::string>{"pipewire"}, log("pipewire")));
+            m_pipeWire = m_companions.back().get();
             waitForFile("pipewire-0");
             m_companions.push_back(
                 std::make_unique<Companion>(std::vector<std::string>{"wireplumber"}, log("wireplumber")));
@@ -103,17 +106,22 @@ public:
     /// session manager links players to loudspeakers only, so the ports are linked here.
     std::unique_ptr<Companion> playInto(const std::string& microphone, const std::string& file) const
     {
+        const std::string name = "player-of-" + microphone;
         auto player = std::make_unique<Companion>(
-            std::vector<std::string>{"pw-cat", "--playback", "--target", "0", file}, log("player"));
-        for (const char* channel : {"FL", "FR"}) {
+            std::vector<std::string>{"pw-cat", "--playback", "--target", "0", "--properties",
+                                     "{ node.name=" + name + " }", file},
+            log(name));
+        for (const std::string channel : {"FL", "FR"}) {
             waitUntil([&] {
-                return run({"pw-link", std::string("pw-cat:output_") + channel,
-                            microphone + ":input_" + channel})
+                return run({"pw-link", name + ":output_" + channel, microphone + ":input_" + channel})
                            .status == 0;
             });
         }
         return player;
     }
+
+    /// Ends PipeWire as a crash does.
+    void killPipeWire() const { m_pipeWire->kill(); }
 
     /// Repeats the question every 20 ms until it is answered with yes, at most 10 seconds long.
     template <typename Question>
@@ -139,6 +147,7 @@ private:
 
     TemporaryFolder m_folder;
     std::vector<std::unique_ptr<Companion>> m_companions;
+    Companion* m_pipeWire = nullptr;
     std::string m_problem;
 };
 

@@ -3,12 +3,6 @@
 
 namespace velmor {
 
-namespace {
-
-constexpr double tickIntervalSeconds = 0.1;
-
-} // namespace
-
 AppState::AppState(const Host& host, double calibrationOffset)
     : deviceManager(host.hardware)
     , audioService(host.loop, host.capture, deviceManager, calibrationOffset)

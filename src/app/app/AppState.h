@@ -27,6 +27,8 @@ struct Host
 class AppState final
 {
 public:
+    static constexpr double tickIntervalSeconds = 0.1;
+
     /// Restores the day's dose and starts the tick.
     /// \param calibrationOffset dB that are added to every level.
     AppState(const Host& host, double calibrationOffset);

@@ -66,7 +66,10 @@ AtomicFile::AtomicFile(const std::filesystem::path& target)
     if (m_file < 0) {
         m_temporaryName.clear();
         failWithErrno();
+        return;
     }
+    // The umask may have taken more away than it should.
+    ::fchmod(m_file, S_IRUSR | S_IWUSR);
 }
 
 AtomicFile::~AtomicFile()

@@ -9,13 +9,15 @@ namespace velmor {
 
 namespace {
 
-bool printsOnStandardError = false;
+PrintedLines printedLines = PrintedLines::onStandardOutput;
 
 } // namespace
 
 void printLine(std::string_view text)
 {
-    std::FILE* const stream = printsOnStandardError ? stderr : stdout;
+    if (printedLines == PrintedLines::nowhere)
+        return;
+    std::FILE* const stream = printedLines == PrintedLines::onStandardError ? stderr : stdout;
     // fmt::print would throw where the stream is closed or its disk full: a line that nobody reads is
     // no reason to end.
     const std::string line = fmt::format("[Velmor] {}\n", text);
@@ -23,9 +25,9 @@ void printLine(std::string_view text)
     std::fflush(stream);
 }
 
-void printLinesOnStandardError()
+void setPrintedLines(PrintedLines where)
 {
-    printsOnStandardError = true;
+    printedLines = where;
 }
 
 void stopOnProgrammingError(std::string_view text)

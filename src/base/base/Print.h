@@ -19,9 +19,11 @@ void printLine(fmt::format_string<Arguments...> format,
     printLine(std::string_view(fmt::format(format, std::forward<Arguments>(arguments)...)));
 }
 
-/// For programs whose standard output belongs to their result: from now on printLine() prints on
-/// standard error. Called once, before any other thread exists.
-void printLinesOnStandardError();
+enum class PrintedLines { onStandardOutput, onStandardError, nowhere };
+
+/// Where printLine() prints: on standard output, unless a program needs that for its result. Called
+/// before any other thread exists.
+void setPrintedLines(PrintedLines where);
 
 /// Stops the program after a programming error: says what was wrong on standard error and aborts.
 [[noreturn]] void stopOnProgrammingError(std::string_view text);

@@ -57,7 +57,7 @@ public:
     /// The dose as a fraction: 1 is the allowed one.
     double accumulatedDose = 0;
 
-    /// Counts the higher of dBA and dBC instead of dBA.
+    /// Counts the higher of dBA and dBC instead of dBA. Setting it writes nothing by itself.
     bool conservativeMode = false;
 
     /// Takes in the levels at a moment. The time since the measurement before counts as spent at this
@@ -76,6 +76,7 @@ public:
     /// Takes up the stored dose if it is of today. Called once, by the owner.
     void restorePersistedDose();
 
+    /// Writes `conservativeMode` to the defaults store.
     void persistConservativeMode();
 
     /// From here on sessionDose() counts.

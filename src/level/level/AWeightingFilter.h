@@ -15,8 +15,10 @@ namespace velmor {
 class AWeightingFilter
 {
 public:
-    /// \param sampleRate hertz. There is no lower guard: from about 24.4 kHz down a corner lies beyond
-    /// Nyquist and the filter diverges.
+    /// From this rate down, in hertz, the upper corner lies at or beyond Nyquist and the filter diverges.
+    static constexpr double divergentSampleRate = 2 * 12194.217;
+
+    /// \param sampleRate hertz. There is no guard against a divergent one.
     explicit AWeightingFilter(double sampleRate);
 
     /// Builds the cascade anew, registers at zero, unless the rate is exactly the present one.

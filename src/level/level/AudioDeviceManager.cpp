@@ -42,10 +42,10 @@ void AudioDeviceManager::updateAvailableChannels()
         availableInputChannels = {{0, "Default"}};
         return;
     }
+    const int count = m_hardware.inputChannelCount(*deviceID);
     std::vector<AudioChannel> channels;
-    for (int index = 0; index < m_hardware.inputChannelCount(*deviceID); ++index)
+    for (int index = 0; index < count; ++index)
         channels.push_back({index, fmt::format("Channel {}", index + 1)});
-    const int count = static_cast<int>(channels.size());
     availableInputChannels = std::move(channels);
     if (selectedChannelIndex.get() >= count)
         selectedChannelIndex = 0;

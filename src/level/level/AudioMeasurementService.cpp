@@ -11,7 +11,6 @@ namespace velmor {
 
 namespace {
 
-constexpr std::size_t tapBlockFrames = 1024;
 constexpr double deviceSwitchDelaySeconds = 0.2;
 constexpr double recoveryDelaySeconds = 0.4;
 
@@ -66,6 +65,7 @@ void AudioMeasurementService::start()
 {
     if (!hasPermission || isRunning)
         return;
+    ++m_run;
     isRunning = true;
 
     const auto engine = m_capture.makeEngine();
@@ -99,6 +99,7 @@ void AudioMeasurementService::stop()
 {
     if (!isRunning)
         return;
+    ++m_run;
     isRunning = false;
     setRawSampleCallback(nullptr);
     if (m_engine) {
@@ -106,7 +107,16 @@ void AudioMeasurementService::stop()
         m_engine.reset();
     }
     // What the capture thread still reported belongs to the run that has ended.
-    m_reports.consume_all([](const BlockReport&) {});
+    BlockReport report;
+    while (m_reports.pop(report)) {
+        if (report.droppedFrames > 0)
+            noteDrop(report.droppedFrames);
+    }
+    clearLevels();
+}
+
+void AudioMeasurementService::clearLevels()
+{
     currentSPL = 0;
     currentDBC = 0;
     peakDBC = 0;
@@ -140,32 +150,44 @@ std::uint64_t AudioMeasurementService::unusableSamples() const
 
 void AudioMeasurementService::tap(const float* samples, std::size_t frames)
 {
+    if (samples == nullptr || frames == 0)
+        return;
     BlockReport report;
     if (const auto peaks = m_processor.process(samples, frames))
         report.peaks = *peaks;
-    else if (frames > BlockProcessor::scratchCapacity)
-        report.droppedFrames = frames;
     else
-        return;
+        report.droppedFrames = frames;
     m_reports.push(report);
     m_reportBell->ring();
 }
 
 void AudioMeasurementService::publishReports()
 {
-    m_reports.consume_all([this](const BlockReport& report) {
+    BlockReport report;
+    while (m_reports.pop(report)) {
         if (report.droppedFrames > 0) {
-            ++m_tooLongBlocks;
-            printLine("tap delivered {} frames > scratchCapacity ({}) — dropping buffer",
-                      report.droppedFrames, BlockProcessor::scratchCapacity);
-            return;
+            noteDrop(report.droppedFrames);
+            continue;
         }
+        const std::uint64_t run = m_run;
         currentSPL = m_processor.smoothedDBA();
         currentDBC = m_processor.smoothedDBC();
         peakDBC = report.peaks.peakDBC;
         peakDBA = report.peaks.peakDBA;
         peakAlert = report.peaks.peakAlert;
-    });
+        // Somebody who was told of one of these may have stopped the capture.
+        if (run != m_run) {
+            clearLevels();
+            return;
+        }
+    }
+}
+
+void AudioMeasurementService::noteDrop(std::size_t frames)
+{
+    ++m_tooLongBlocks;
+    printLine("tap delivered {} frames > scratchCapacity ({}) — dropping buffer", frames,
+              BlockProcessor::scratchCapacity);
 }
 
 void AudioMeasurementService::setInputDevice(std::uint32_t deviceID, CaptureEngine& engine)

@@ -4,14 +4,12 @@
 #include <base/Lifetime.h>
 #include <base/MainLoop.h>
 #include <base/Observable.h>
+#include <base/Ring.h>
 #include <level/AudioDeviceManager.h>
 #include <level/BlockProcessor.h>
 #include <platform/AudioCapture.h>
 
-#include <boost/lockfree/policies.hpp>
-#include <boost/lockfree/spsc_queue.hpp>
-
-#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -26,6 +24,9 @@ namespace velmor {
 class AudioMeasurementService final : public ObservableObject
 {
 public:
+    /// Frames of each block that the tap gets.
+    static constexpr std::size_t tapBlockFrames = 1024;
+
     /// \param calibrationOffset dB that are added to every level.
     AudioMeasurementService(MainLoop& loop, AudioCapture& capture, AudioDeviceManager& deviceManager,
                             double calibrationOffset);
@@ -87,6 +88,8 @@ private:
     void configurationChanged(const std::weak_ptr<CaptureEngine>& weakEngine);
     void recover(const std::weak_ptr<CaptureEngine>& weakEngine);
     void releaseEngine(CaptureEngine& engine);
+    void noteDrop(std::size_t frames);
+    void clearLevels();
 
     MainLoop& m_loop;
     AudioCapture& m_capture;
@@ -94,11 +97,12 @@ private:
     std::shared_ptr<CaptureEngine> m_engine;
     BlockProcessor m_processor;
 
-    /// From the capture thread to the main thread: some 20 seconds of blocks, so that only a main
-    /// thread that hangs for so long misses an update.
-    boost::lockfree::spsc_queue<BlockReport, boost::lockfree::capacity<1024>> m_reports;
+    /// From the capture thread to the main thread: five seconds of blocks at 192 kHz, 20 at 48 kHz, so
+    /// that only a main thread that hangs for so long misses an update.
+    Ring<BlockReport> m_reports{1024};
     std::unique_ptr<Doorbell> m_reportBell;
 
+    std::uint64_t m_run = 0; ///< Counts the starts and stops.
     std::uint64_t m_tooLongBlocks = 0;
     std::uint64_t m_lostSamples = 0;     ///< Of engines that are gone.
     std::uint64_t m_unusableSamples = 0; ///< Of engines that are gone.

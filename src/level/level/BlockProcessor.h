@@ -5,7 +5,6 @@
 #include <level/BlockKernel.h>
 #include <level/CWeightingFilter.h>
 
-#include <array>
 #include <atomic>
 #include <cstddef>
 #include <functional>
@@ -16,8 +15,8 @@
 
 namespace velmor {
 
-/// Gets a copy of each block as it was captured, and the sample rate in hertz. Runs on the capture
-/// thread.
+/// Gets each block as it was captured, which lives for the length of the call, and the sample rate in
+/// hertz. Runs on the capture thread.
 using RawSampleCallback = std::function<void(std::span<const float> samples, double sampleRate)>;
 
 /// What one block adds to the smoothed levels, dB re 20 µPa with the calibration offset.
@@ -42,8 +41,8 @@ public:
     explicit BlockProcessor(double calibrationOffset);
 
     /// Weights the block, smooths its levels and gives its peaks. Absent, and nothing is changed, for
-    /// a block without samples or longer than scratchCapacity. Capture thread. Allocates only where a
-    /// raw sample callback is set, and neither locks nor blocks.
+    /// a block without samples or longer than scratchCapacity. Capture thread; neither locks, blocks
+    /// nor allocates by itself.
     std::optional<BlockPeaks> process(const float* samples, std::size_t frames);
 
     /// Smoothed levels in dB: 0.3 of each block's level, held to 0 to 140, plus 0.7 of what was

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <base/Ring.h>
 #include <platform/AudioCapture.h>
-
-#include <boost/lockfree/spsc_queue.hpp>
 
 #include <atomic>
 #include <cstddef>
@@ -39,7 +38,7 @@ private:
 
     const std::size_t m_blockFrames;
     const CaptureEngine::Tap m_tap;
-    boost::lockfree::spsc_queue<float> m_ring;
+    Ring<float> m_ring;
     std::counting_semaphore<> m_filled{0};
     std::atomic<bool> m_ends = false;
     std::atomic<std::uint64_t> m_lostSamples = 0;

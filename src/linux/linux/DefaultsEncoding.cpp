@@ -13,6 +13,8 @@ namespace {
 constexpr std::array<std::string_view, std::variant_size_v<DefaultsValue>> typeNames = {
     "boolean", "integer", "double", "string", "data", "date"};
 
+constexpr std::chrono::hours dateMargin(48);
+
 struct Encoder
 {
     DatabaseColumn operator()(bool flag) const { return std::int64_t(flag); }
@@ -47,8 +49,12 @@ std::optional<DefaultsValue> decodeDefaultsValue(std::string_view type, const Da
         return *integer == 1;
     if (type == "integer" && integer)
         return *integer;
-    if (type == "date" && integer)
-        return Date(std::chrono::nanoseconds(*integer));
+    if (type == "date" && integer) {
+        const Date date{std::chrono::nanoseconds(*integer)};
+        // Nearer to the ends of time the local date could not be told.
+        const bool isUsable = date > Date::min() + dateMargin && date < Date::max() - dateMargin;
+        return isUsable ? std::optional<DefaultsValue>(date) : std::nullopt;
+    }
     if (const auto* real = std::get_if<double>(&column); type == "double" && real)
         return *real;
     if (const auto* text = std::get_if<std::string_view>(&column); type == "string" && text)

@@ -4,8 +4,6 @@
 #include <linux/CaptureThread.h>
 #include <linux/PipeWireGraph.h>
 
-#include <fmt/format.h>
-
 #include <pipewire/pipewire.h>
 #include <spa/debug/types.h>
 #include <spa/param/audio/format-utils.h>
@@ -15,7 +13,11 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <exception>
+#include <span>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace velmor {
 
@@ -72,15 +74,17 @@ public:
 
     CaptureFormat inputFormat() const override
     {
+        // While the stream runs, what it delivers; the graph may already be somewhere else.
+        if (m_stream)
+            return formatOf(m_input, m_rate);
         const auto device = input();
-        if (!device || device->channelPositions.empty())
-            return {};
-        return {static_cast<double>(wantedRate()), static_cast<int>(device->channelPositions.size())};
+        return device ? formatOf(*device, wantedRate()) : CaptureFormat();
     }
 
-    void installTap(std::size_t frames, CaptureFormat, Tap tap) override
+    void installTap(std::size_t frames, CaptureFormat format, Tap tap) override
     {
         m_tapFrames = frames;
+        m_tapRate = static_cast<std::uint32_t>(format.sampleRate);
         m_tap = std::move(tap);
     }
 
@@ -94,23 +98,29 @@ public:
     {
         stop();
         const auto device = input();
-        if (!device || !m_graph.isConnected())
+        if (!device)
             return "no such input";
         m_input = *device;
-        m_rate = wantedRate();
+        // The first start keeps to the format that the tap was prepared for; a later one follows the
+        // graph, and its rate is asked for again.
+        m_rate = m_tapRate != 0 ? std::exchange(m_tapRate, 0) : wantedRate();
         m_changeIsReported = false;
-        m_capture = std::make_unique<CaptureThread>(m_tapFrames, m_tap);
+        try {
+            m_capture = std::make_unique<CaptureThread>(m_tapFrames, m_tap);
+        } catch (const std::exception& error) {
+            return error.what();
+        }
 
         const PipeWireLock lock(m_graph.threadLoop());
-        pw_properties* properties =
-            pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE,
-                              "DSP", PW_KEY_NODE_NAME, "velmor", PW_KEY_NODE_DESCRIPTION, "Velmor",
-                              PW_KEY_STREAM_DONT_REMIX, "true", nullptr);
-        if (!m_target.empty()) {
-            pw_properties_set(properties, PW_KEY_TARGET_OBJECT, m_target.c_str());
-            // Without it the session manager goes on with another microphone when this one is lost.
-            pw_properties_set(properties, PW_KEY_NODE_DONT_RECONNECT, "true");
-        }
+        if (!m_graph.core())
+            return failed(ECONNREFUSED);
+        pw_properties* properties = pw_properties_new(
+            PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_NODE_NAME, "velmor",
+            PW_KEY_NODE_DESCRIPTION, "Velmor", PW_KEY_STREAM_DONT_REMIX, "true", nullptr);
+        // Without these the session manager goes on with another microphone when this one is lost, or
+        // begins with the one that it remembers. A new default is learnt from the graph.
+        pw_properties_set(properties, PW_KEY_TARGET_OBJECT, m_input.name.c_str());
+        pw_properties_set(properties, PW_KEY_NODE_DONT_RECONNECT, "true");
         m_stream = pw_stream_new(m_graph.core(), "Level measurement", properties);
         if (!m_stream)
             return failed(errno);
@@ -164,10 +174,19 @@ public:
 private:
     static const pw_stream_events streamEvents;
 
+    static CaptureFormat formatOf(const PipeWireGraph::Source& source, std::uint32_t rate)
+    {
+        return {static_cast<double>(rate), static_cast<int>(source.channelPositions.size())};
+    }
+
     /// The source that is to be captured from: the one that was set, or the system's default.
     std::optional<PipeWireGraph::Source> input() const
     {
-        return m_target.empty() ? m_graph.defaultSource() : m_graph.source(m_targetID);
+        if (m_target.empty())
+            return m_graph.defaultSource();
+        // PipeWire gives a number that has become free to another node.
+        const auto source = m_graph.source(m_targetID);
+        return source && source->name == m_target ? source : std::nullopt;
     }
 
     std::uint32_t wantedRate() const
@@ -198,7 +217,6 @@ private:
         // Ends the data thread's work on the stream before it returns.
         pw_stream_destroy(m_stream);
         m_stream = nullptr;
-        m_position = nullptr;
     }
 
     /// PipeWire's data thread: copies the chosen channel, nothing else.
@@ -219,18 +237,38 @@ private:
         }
         pw_stream_queue_buffer(m_stream, buffer);
 
-        const spa_io_position* position = m_position;
-        const std::uint32_t graphRate = position ? position->clock.rate.denom : 0;
-        if (graphRate != 0 && std::max(graphRate, lowestSampleRate) != m_rate) {
-            m_observedRate = graphRate;
+        m_hasDelivered = true;
+        pw_time time = {};
+        if (pw_stream_get_time_n(m_stream, &time, sizeof time) < 0 || time.rate.denom == 0)
+            return;
+        if (std::max(time.rate.denom, lowestSampleRate) != m_rate) {
+            m_observedRate = time.rate.denom;
             m_changeBell->ring();
         }
     }
 
+    /// The stream has failed, or somebody else has destroyed its node. A stream that never delivered
+    /// anything would only fail again: it is given one more try.
     void onState(pw_stream_state state)
     {
-        if (state == PW_STREAM_STATE_ERROR)
+        const bool isLost = state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED;
+        if (isLost && (m_hasDelivered.exchange(false) || !std::exchange(m_hasFailedBefore, true)))
             m_changeBell->ring();
+    }
+
+    /// The session manager remembers a volume for each kind of stream and lets mixers change it. It
+    /// would shift every level: the stream is put back to what the microphone gives.
+    void onControl(std::uint32_t id, const pw_stream_control* control)
+    {
+        if (id != SPA_PROP_volume && id != SPA_PROP_channelVolumes && id != SPA_PROP_mute)
+            return;
+        const float neutral = id == SPA_PROP_mute ? 0.0F : 1.0F;
+        const std::span<const float> values(control->values, control->n_values);
+        if (std::ranges::all_of(values, [neutral](float value) { return value == neutral; }))
+            return;
+        std::vector<float> neutralValues(values.size(), neutral);
+        pw_stream_set_control(m_stream, id, static_cast<std::uint32_t>(neutralValues.size()),
+                              neutralValues.data(), 0);
     }
 
     /// The registry tells of a lost device; the stream only stops delivering.
@@ -257,11 +295,13 @@ private:
     std::uint32_t m_targetID = 0;
     PipeWireGraph::Source m_input; ///< What start() found.
     std::size_t m_tapFrames = 0;
+    std::uint32_t m_tapRate = 0; ///< Of the format that the tap came with; 0 once it has been used.
     Tap m_tap;
     std::function<void()> m_observer;
-    bool m_changeIsReported = false; ///< Since start().
-    pw_stream* m_stream = nullptr;
+    bool m_changeIsReported = false;            ///< Since start().
+    std::atomic<pw_stream*> m_stream = nullptr; ///< Read by PipeWire's data thread, too.
     spa_hook m_listener = {};
+    bool m_hasFailedBefore = false; ///< PipeWire's loop thread.
     std::unique_ptr<CaptureThread> m_capture;
     std::uint64_t m_lostSamples = 0;
     std::uint64_t m_unusableSamples = 0;
@@ -270,7 +310,7 @@ private:
     std::atomic<std::uint32_t> m_channel = 0;
     std::atomic<std::uint32_t> m_rate = 0;
     std::atomic<std::uint32_t> m_observedRate = 0; ///< The graph's; 0 while it is as configured.
-    std::atomic<const spa_io_position*> m_position = nullptr;
+    std::atomic<bool> m_hasDelivered = false;      ///< Since start() or the last failure.
 
     std::unique_ptr<Doorbell> m_changeBell;
     Subscription m_graphChanges;
@@ -280,10 +320,9 @@ const pw_stream_events PipeWireCaptureEngine::streamEvents = {
     .version = PW_VERSION_STREAM_EVENTS,
     .state_changed = [](void* self, pw_stream_state, pw_stream_state state,
                         const char*) { static_cast<PipeWireCaptureEngine*>(self)->onState(state); },
-    .io_changed =
-        [](void* self, std::uint32_t id, void* area, std::uint32_t) {
-            if (id == SPA_IO_Position)
-                static_cast<PipeWireCaptureEngine*>(self)->m_position = static_cast<spa_io_position*>(area);
+    .control_info =
+        [](void* self, std::uint32_t id, const pw_stream_control* control) {
+            static_cast<PipeWireCaptureEngine*>(self)->onControl(id, control);
         },
     .process = [](void* self) { static_cast<PipeWireCaptureEngine*>(self)->process(); },
 };

@@ -119,9 +119,9 @@ public:
         m_registry = pw_core_get_registry(m_core, PW_VERSION_REGISTRY, 0);
         pw_registry_add_listener(m_registry, &m_registryListener, &registryEvents, this);
         // The first round brings the list of objects, the second what they say of themselves.
-        for (int round = 0; round < 2 && m_core; ++round) {
+        for (int round = 0; round < 2 && !m_isBroken; ++round) {
             m_awaitedSequence = pw_core_sync(m_core, PW_ID_CORE, 0);
-            while (m_core && m_awaitedSequence != 0) {
+            while (!m_isBroken && m_awaitedSequence != 0) {
                 if (pw_thread_loop_timed_wait(m_loop, firstPictureSeconds) != 0)
                     return;
             }
@@ -149,7 +149,10 @@ public:
         bool isSource = false;
         bool isSink = false;
         std::unique_ptr<pw_node_info, FreeNodeInfo> info; ///< What the node has said of itself so far.
-        std::vector<std::string> channelPositions;
+        std::vector<std::string> channelPositions;        ///< Empty until the node has told of them.
+
+        bool isUsableSource() const { return isSource && !channelPositions.empty(); }
+        bool isUsableSink() const { return isSink && !channelPositions.empty(); }
     };
 
     std::vector<std::unique_ptr<Node>> m_nodes;
@@ -157,6 +160,7 @@ public:
     std::uint32_t m_sampleRate = fallbackSampleRate;
     pw_thread_loop* m_loop = nullptr;
     pw_core* m_core = nullptr;
+    bool m_isBroken = false; ///< The server has gone; the connection is not made again.
     /// Main thread only.
     boost::signals2::signal<void()> m_changed;
 
@@ -358,9 +362,6 @@ private:
     std::uint32_t m_forcedRate = 0;
     int m_awaitedSequence = 0;
     std::unique_ptr<Doorbell> m_changeBell;
-
-public:
-    bool m_isBroken = false;
 };
 
 const pw_core_events PipeWireGraph::Connection::coreEvents = {
@@ -403,7 +404,7 @@ std::vector<AudioDevice> PipeWireGraph::inputDevices() const
     const PipeWireLock lock(threadLoop());
     std::vector<AudioDevice> devices;
     for (const auto& node : m_connection->m_nodes) {
-        if (!node->isSource || (node->info && node->channelPositions.empty()))
+        if (!node->isUsableSource())
             continue;
         devices.push_back(node->device);
         devices.back().hasInput = true;
@@ -416,7 +417,7 @@ std::vector<AudioDevice> PipeWireGraph::outputDevices() const
     const PipeWireLock lock(threadLoop());
     std::vector<AudioDevice> devices;
     for (const auto& node : m_connection->m_nodes) {
-        if (node->isSink)
+        if (node->isUsableSink())
             devices.push_back(node->device);
     }
     return devices;
@@ -438,7 +439,7 @@ std::optional<PipeWireGraph::Source> PipeWireGraph::source(std::uint32_t id) con
 {
     const PipeWireLock lock(threadLoop());
     for (const auto& node : m_connection->m_nodes) {
-        if (node->isSource && node->device.id == id)
+        if (node->isUsableSource() && node->device.id == id)
             return Source{node->device.id, node->device.uid, node->channelPositions};
     }
     return std::nullopt;
@@ -448,7 +449,7 @@ std::optional<PipeWireGraph::Source> PipeWireGraph::defaultSource() const
 {
     const PipeWireLock lock(threadLoop());
     for (const auto& node : m_connection->m_nodes) {
-        if (node->isSource && node->device.uid == m_connection->m_defaultSourceName)
+        if (node->isUsableSource() && node->device.uid == m_connection->m_defaultSourceName)
             return Source{node->device.id, node->device.uid, node->channelPositions};
     }
     return std::nullopt;

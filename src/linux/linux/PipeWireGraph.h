@@ -55,8 +55,11 @@ public:
     /// Calls back on the main thread after the picture has changed.
     [[nodiscard]] Subscription onChange(std::function<void()> callback);
 
-    /// For streams of this connection. Absent without a server.
+    /// For streams of this connection. Absent without a server; to be asked and used under a
+    /// PipeWireLock.
     pw_core* core() const;
+
+    /// Null where PipeWire's library could not be set up.
     pw_thread_loop* threadLoop() const;
 
 private:

@@ -30,7 +30,7 @@ public:
     /// Runs on the calling thread, the main thread, until quit().
     void run();
 
-    /// Ends run() after the task that is under way. Main thread.
+    /// Ends run() before it waits again or runs another timer. Main thread.
     void quit() { m_quits = true; }
 
 private:

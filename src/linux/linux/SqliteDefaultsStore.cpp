@@ -190,10 +190,14 @@ Opened openForWriting(const std::filesystem::path& file)
         return opened;
     }
     ::sqlite3_busy_timeout(database, busyTimeoutMilliseconds);
+    // A database that turns out to be damaged is left as it was found, its log included.
+    ::sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     if (execute(opened, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"
                         "CREATE TABLE IF NOT EXISTS defaults"
                         "(key TEXT PRIMARY KEY, type TEXT NOT NULL, value) WITHOUT ROWID"))
         readValues(opened);
+    if (opened.succeeded())
+        ::sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
     return opened;
 }
 
@@ -221,20 +225,65 @@ Opened openForReading(const std::filesystem::path& file)
     return opened;
 }
 
-/// Moves the database and what SQLite keeps beside it to a name that is not taken. \return that name;
-/// empty where nothing could be moved.
+/// A log whose database is gone holds what was last written; SQLite would delete it.
+bool hasOrphanedLog(const std::filesystem::path& file)
+{
+    std::error_code error;
+    const bool hasDatabase =
+        std::filesystem::exists(file, error) && std::filesystem::file_size(file, error) > 0;
+    const auto logSize = std::filesystem::file_size(file.native() + "-wal", error);
+    return !hasDatabase && !error && logSize > 0;
+}
+
+/// Moves the database and what SQLite keeps beside it to a name that is not taken, the log first: left
+/// alone it would be deleted. \return that name; empty where the file could not be moved.
 std::filesystem::path setAside(const std::filesystem::path& file, Date now)
 {
-    std::filesystem::path target = file.native() + ".damaged-" + isoText(now);
-    for (int attempt = 2; std::filesystem::exists(target); ++attempt)
-        target = fmt::format("{}.damaged-{}-{}", file.native(), isoText(now), attempt);
     std::error_code error;
-    std::filesystem::rename(file, target, error);
-    if (error)
-        return {};
-    for (const char* suffix : {"-wal", "-shm"})
-        std::filesystem::rename(file.native() + suffix, target.native() + suffix, error);
+    std::filesystem::path target = file.native() + ".damaged-" + isoText(now);
+    const auto isTaken = [&error](const std::filesystem::path& name) {
+        return std::filesystem::exists(name, error) || std::filesystem::exists(name.native() + "-wal", error);
+    };
+    for (int attempt = 2; isTaken(target); ++attempt)
+        target = fmt::format("{}.damaged-{}-{}", file.native(), isoText(now), attempt);
+    for (const char* suffix : {"-wal", "-shm", ""}) {
+        const std::filesystem::path part = file.native() + suffix;
+        if (!std::filesystem::exists(part, error))
+            continue;
+        std::filesystem::rename(part, target.native() + suffix, error);
+        if (error)
+            return {};
+    }
     return target;
+}
+
+/// Opens the store's file, setting a damaged one aside. Prints what went wrong.
+Opened openStore(const std::filesystem::path& file, Date now)
+{
+    Opened opened;
+    if (hasOrphanedLog(file)) {
+        opened.resultCode = SQLITE_CORRUPT;
+        opened.error = "its log has no database";
+    } else {
+        opened = openForWriting(file);
+    }
+    if (!opened.succeeded() && !isTroubleOfTheHost(opened.resultCode)) {
+        const std::string damage = opened.error;
+        opened.database.reset();
+        const auto asideName = setAside(file, now);
+        if (!asideName.empty()) {
+            printLine("Defaults store {} is damaged ({}) — set aside as {}", file.native(), damage,
+                      asideName.native());
+            opened = openForWriting(file);
+        }
+    }
+    if (!opened.succeeded()) {
+        printLine("Defaults store {} can't be written ({}) — settings are kept in memory", file.native(),
+                  opened.error);
+        opened.database.reset();
+        opened.values = openForReading(file).values;
+    }
+    return opened;
 }
 
 } // namespace
@@ -243,14 +292,14 @@ std::filesystem::path setAside(const std::filesystem::path& file, Date now)
 class SqliteDefaultsStore::Writer
 {
 public:
-    Writer(Database database, std::string file)
+    /// \param database null where the file can't be written now: it is tried again with each change.
+    Writer(Database database, std::filesystem::path file)
         : m_file(std::move(file))
-        , m_database(std::move(database))
-        , m_upsert(prepared(m_database.get(), "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
-                                              "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3"))
-        , m_delete(prepared(m_database.get(), "DELETE FROM defaults WHERE key = ?1"))
-        , m_thread([this] { run(); })
-    {}
+        , m_isFailing(database == nullptr)
+    {
+        use(std::move(database));
+        m_thread = std::thread([this] { run(); });
+    }
 
     ~Writer()
     {
@@ -274,10 +323,13 @@ public:
         m_wake.notify_all();
     }
 
-    /// Main thread. Returns when what was added has been tried.
+    /// Main thread. Returns when all that is not committed has been tried.
     void wait()
     {
         std::unique_lock lock(m_mutex);
+        if (m_triedUpTo == m_added && !m_waiting.empty())
+            ++m_added;
+        m_wake.notify_all();
         m_tried.wait(lock, [this] { return m_triedUpTo == m_added; });
     }
 
@@ -302,8 +354,24 @@ private:
         }
     }
 
+    void use(Database database)
+    {
+        m_database = std::move(database);
+        if (!m_database)
+            return;
+        m_upsert = prepared(m_database.get(), "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
+                                              "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3");
+        m_delete = prepared(m_database.get(), "DELETE FROM defaults WHERE key = ?1");
+    }
+
     bool commit(const Changes& changes)
     {
+        if (!m_database) {
+            Opened opened = openForWriting(m_file);
+            if (!opened.succeeded())
+                return false;
+            use(std::move(opened.database));
+        }
         bool isDone = begin();
         for (const auto& [key, value] : changes)
             isDone = isDone && (value ? write(key, *value) : erase(key));
@@ -315,7 +383,8 @@ private:
         const std::string error = ::sqlite3_errmsg(m_database.get());
         execute("ROLLBACK");
         if (!std::exchange(m_isFailing, true))
-            printLine("Defaults store {} can't be written ({}) — settings are kept in memory", m_file, error);
+            printLine("Defaults store {} can't be written ({}) — settings are kept in memory",
+                      m_file.native(), error);
         return false;
     }
 
@@ -348,11 +417,11 @@ private:
         return ::sqlite3_exec(m_database.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
     }
 
-    const std::string m_file;
+    const std::filesystem::path m_file;
     Database m_database;
     Statement m_upsert;
     Statement m_delete;
-    bool m_isFailing = false;
+    bool m_isFailing; ///< The trouble has been printed.
 
     std::mutex m_mutex;
     std::condition_variable m_wake;
@@ -367,31 +436,9 @@ private:
 SqliteDefaultsStore::SqliteDefaultsStore(MainLoop& loop, std::filesystem::path file)
     : m_loop(loop)
 {
-    Opened opened = openForWriting(file);
-    if (!opened.succeeded() && !isTroubleOfTheHost(opened.resultCode)) {
-        const std::string damage = std::exchange(opened.error, {});
-        opened = Opened();
-        const auto asideName = setAside(file, loop.now());
-        if (!asideName.empty())
-            opened = openForWriting(file);
-        if (opened.database && opened.succeeded()) {
-            printLine("Defaults store {} is damaged ({}) — set aside as {}", file.native(), damage,
-                      asideName.native());
-        } else {
-            printLine("Defaults store {} is damaged ({}) and can't be replaced — settings are kept in memory",
-                      file.native(), damage);
-            return;
-        }
-    }
-    if (!opened.succeeded()) {
-        printLine("Defaults store {} can't be written ({}) — settings are kept in memory", file.native(),
-                  opened.error);
-        opened = openForReading(file);
-        m_values = MemoryDefaultsStore(std::move(opened.values));
-        return;
-    }
+    Opened opened = openStore(file, loop.now());
     m_values = MemoryDefaultsStore(std::move(opened.values));
-    m_writer = std::make_unique<Writer>(std::move(opened.database), file.native());
+    m_writer = std::make_unique<Writer>(std::move(opened.database), std::move(file));
 }
 
 SqliteDefaultsStore::~SqliteDefaultsStore()
@@ -423,14 +470,11 @@ void SqliteDefaultsStore::remove(std::string_view key)
 void SqliteDefaultsStore::flush()
 {
     handOver();
-    if (m_writer)
-        m_writer->wait();
+    m_writer->wait();
 }
 
 void SqliteDefaultsStore::change(std::string_view key, std::optional<DefaultsValue> value)
 {
-    if (!m_writer)
-        return;
     if (m_changesOfThisTurn.empty())
         m_loop.post(m_lifetime.guarded([this] { handOver(); }));
     m_changesOfThisTurn.insert_or_assign(std::string(key), std::move(value));

@@ -14,12 +14,12 @@ namespace velmor {
 /// The defaults store in an SQLite database, readable by its user alone (0600).
 ///
 /// All values are held in memory; changes are visible at once. Those of one turn of the loop are
-/// committed together, on a thread of the store's own: the main thread never waits for the disk.
-/// Killing the process loses at most what the last turn changed.
+/// committed together, right after it, on a thread of the store's own: the main thread never waits for
+/// the disk. While the disk is slower than the turns, some of them share a commit.
 ///
 /// A file that is damaged or no database is set aside under another name, with one printed line, and
 /// the store begins empty. Where the disk can't be written, one line is printed and the store goes on
-/// in memory; it tries again with each further change.
+/// in memory; it tries again, with all that is not written yet, at each further change and at the end.
 class SqliteDefaultsStore final : public DefaultsStore
 {
 public:
@@ -33,8 +33,8 @@ public:
     void set(std::string_view key, DefaultsValue value) override;
     void remove(std::string_view key) override;
 
-    /// Waits until every change so far is committed, or has failed to be. For the end of the program;
-    /// otherwise nobody waits for the disk.
+    /// Waits until every change so far is committed, or has failed once more to be. For the end of the
+    /// program; otherwise nobody waits for the disk.
     void flush();
 
 private:

@@ -19,11 +19,10 @@ namespace velmor {
 
 namespace {
 
-/// At twice the frequency of its upper corner the A-weighting's bilinear transform has no value, and
-/// below it the filter diverges.
-constexpr double lowestSampleRate = 2 * 12194.217;
+const std::chrono::nanoseconds tickInterval = nanosecondsFrom(AppState::tickIntervalSeconds);
 
-constexpr std::chrono::nanoseconds tickInterval = std::chrono::milliseconds(100);
+/// Blocks between two looks at whether the measurement is to go on.
+constexpr std::int64_t blocksBetweenLooks = 64;
 
 /// How long the given number of frames sounds, to the nanosecond below.
 std::chrono::nanoseconds duration(std::int64_t frames, int sampleRate)
@@ -45,10 +44,10 @@ void check(const Options& options, const SoundFile& file)
     if (options.channel > file.channelCount())
         throw MeterError(fmt::format("{}: no channel {}, the file has {}", options.file, options.channel,
                                      file.channelCount()));
-    if (file.sampleRate() <= lowestSampleRate)
+    if (file.sampleRate() <= AWeightingFilter::divergentSampleRate)
         throw MeterError(
             fmt::format("{}: a sample rate of {} Hz is too low for A-weighting (above {:.0f} Hz)",
-                        options.file, file.sampleRate(), lowestSampleRate));
+                        options.file, file.sampleRate(), AWeightingFilter::divergentSampleRate));
 }
 
 } // namespace
@@ -83,13 +82,15 @@ std::optional<Summary> measureFile(const Options& options, const std::function<b
         loop.runBefore(start + duration(summary.frames, file.sampleRate()));
         input.deliverBlock();
         loop.runPosted();
-        if (log.blockCount() % 1024 == 0) {
+        if (log.blockCount() % blocksBetweenLooks == 0) {
             const auto total = static_cast<double>(file.frameCount().value_or(0));
             const double share = total > 0 ? std::min(static_cast<double>(summary.frames) / total, 1.0) : 0;
             if (progress(share))
                 return std::nullopt;
         }
     }
+    if (progress(1))
+        return std::nullopt;
     loop.runUntil(start + tickAtOrAfter(duration(summary.frames, file.sampleRate())));
 
     summary.blocks = log.blockCount();

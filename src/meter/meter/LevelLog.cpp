@@ -7,8 +7,6 @@ namespace velmor {
 
 namespace {
 
-constexpr double tickIntervalSeconds = 0.1;
-
 std::unique_ptr<OutputFile> openedUnlessEmpty(const std::string& path)
 {
     return path.empty() ? nullptr : std::make_unique<OutputFile>(path);
@@ -29,7 +27,7 @@ void LevelLog::follow(MainLoop& loop, AppState& hub)
             writeBlock(hub);
     });
     if (m_ticks) {
-        m_tickTimer = loop.every(tickIntervalSeconds, [this, &loop, &hub, start = loop.now()] {
+        m_tickTimer = loop.every(AppState::tickIntervalSeconds, [this, &loop, &hub, start = loop.now()] {
             writeTick(hub, secondsBetween(start, loop.now()));
         });
     }

@@ -19,8 +19,7 @@ namespace velmor {
 
 namespace {
 
-constexpr double interruptionCheckSeconds = 0.05;
-constexpr std::int64_t framesPerBlock = 1024;
+constexpr double checkIntervalSeconds = 0.05;
 
 void checkConnection(const PipeWireGraph& graph)
 {
@@ -29,7 +28,7 @@ void checkConnection(const PipeWireGraph& graph)
 }
 
 /// \return the number of channels of the input that is asked for.
-int check(const Options& options, const PipeWireGraph& graph)
+int checkInput(const Options& options, const PipeWireGraph& graph)
 {
     checkConnection(graph);
     std::optional<PipeWireGraph::Source> source = graph.defaultSource();
@@ -55,7 +54,7 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
 {
     PollMainLoop loop;
     PipeWireGraph graph(loop);
-    const int channelCount = check(options, graph);
+    const int channelCount = checkInput(options, graph);
     LevelLog log(options.blocksPath, options.ticksPath);
 
     PipeWireCapture capture(loop, graph);
@@ -81,8 +80,8 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
     hub.audioService.start();
     if (!hub.audioService.isRunning)
         throw MeterError("capture could not be started");
-    const Timer interruptionCheck = loop.every(interruptionCheckSeconds, [&] {
-        if (interrupted)
+    const Timer check = loop.every(checkIntervalSeconds, [&] {
+        if (interrupted || !hub.audioService.isRunning)
             loop.quit();
     });
     if (options.seconds)
@@ -92,9 +91,11 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
         throw MeterError(fmt::format("{}: the input device was disconnected", options.device));
     if (!hub.audioService.isRunning)
         throw MeterError("capture ended: the input can't be measured any more");
+    if (log.blockCount() == 0)
+        throw MeterError("the input delivered no sound");
 
     summary.blocks = log.blockCount();
-    summary.frames = summary.blocks * framesPerBlock;
+    summary.frames = summary.blocks * std::int64_t(AudioMeasurementService::tapBlockFrames);
     summary.take(hub);
     hub.audioService.stop();
     log.commit();

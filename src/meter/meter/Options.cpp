@@ -15,6 +15,9 @@ namespace velmor {
 
 namespace {
 
+/// Leaves room for the longest recording before dates end in 2262.
+constexpr auto latestStart = "2200-01-01T00:00:00Z";
+
 constexpr auto footer = R"(Examples:
   velmor-meter mix.wav
   velmor-meter --offset 118.5 --json --ticks ticks.ndjson mix.flac
@@ -26,6 +29,8 @@ bool isSameFile(const std::string& a, const std::string& b)
 {
     if (a.empty() || b.empty())
         return false;
+    if (a == "-" && b == "-")
+        return true;
     std::error_code error;
     const auto place = [&error](const std::string& path) {
         return std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error);
@@ -93,6 +98,15 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
         throw MeterError(text + " (see --help)");
     }
 
+    for (const CLI::Option* option : app.get_options()) {
+        if (option->count() > 0 && option->get_items_expected_max() > 0 && option->results().front().empty())
+            throw MeterError(fmt::format("{}: given without a value", option->get_name()));
+    }
+    for (std::string* path : {&options.blocksPath, &options.ticksPath}) {
+        if (*path == "/dev/stdout")
+            *path = "-";
+    }
+
     if (listsDevices)
         options.task = Options::Task::listDevices;
     else if (isLive)
@@ -108,6 +122,8 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
         options.start = dateFromIsoText(startText);
         if (!options.start)
             throw MeterError(fmt::format("--start {}: not a moment like 2026-03-01T09:12:45Z", startText));
+        if (*options.start > dateFromIsoText(latestStart))
+            throw MeterError(fmt::format("--start {}: later than {}", startText, latestStart));
     }
     if (!zoneName.empty()) {
         const auto calendar = Calendar::inZone(zoneName);

@@ -13,22 +13,34 @@
 
 namespace velmor {
 
+namespace {
+
+/// Whether the path names something that is written to and can't be replaced. What lies in /dev is
+/// never replaced, though some of it leads to regular files.
+bool isStream(const std::string& path)
+{
+    if (path.starts_with("/dev/") && !path.starts_with("/dev/shm/"))
+        return true;
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    return std::filesystem::exists(status) && !std::filesystem::is_regular_file(status) &&
+           !std::filesystem::is_directory(status);
+}
+
+} // namespace
+
 OutputFile::OutputFile(const std::string& path)
     : m_path(path)
 {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    // The link in /dev must not be replaced, and opened anew a redirected output would begin at its
-    // start again.
-    const bool isStandardOutput = path == "-" || path == "/dev/stdout";
-    const bool isStream = std::filesystem::exists(status) && !std::filesystem::is_regular_file(status) &&
-                          !std::filesystem::is_directory(status);
-    if (isStandardOutput)
+    if (path == "-")
         m_stream.reset(::fdopen(::dup(STDOUT_FILENO), "w"));
-    else if (isStream)
+    else if (isStream(path))
         m_stream.reset(std::fopen(path.c_str(), "we"));
     else
         m_file = std::make_unique<AtomicFile>(path);
+    // Somebody may be reading along.
+    if (m_stream)
+        std::setvbuf(m_stream.get(), nullptr, _IOLBF, BUFSIZ);
     check();
 }
 

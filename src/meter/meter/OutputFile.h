@@ -15,7 +15,7 @@ namespace velmor {
 class OutputFile
 {
 public:
-    /// \param path "-" or "/dev/stdout" for the program's own standard output.
+    /// \param path "-" for the program's own standard output.
     /// \throws MeterError when it can't be written.
     explicit OutputFile(const std::string& path);
 

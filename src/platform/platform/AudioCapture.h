@@ -58,10 +58,10 @@ public:
     /// changes or is lost. An empty function ends it.
     virtual void setConfigurationChangeObserver(std::function<void()> observer) = 0;
 
-    /// Samples that were lost because the capture thread could not keep up. Any thread.
+    /// Samples that were lost because the capture thread could not keep up. Main thread.
     virtual std::uint64_t lostSamples() const = 0;
 
-    /// Samples that were no usable numbers and were replaced by silence. Any thread.
+    /// Samples that were no usable numbers and were replaced by silence. Main thread.
     virtual std::uint64_t unusableSamples() const = 0;
 };
 
