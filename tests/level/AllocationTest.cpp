@@ -52,7 +52,8 @@ TEST(Allocations, TheBlockPathMakesNone)
     BlockProcessor processor(94);
     EXPECT_EQ(allocationsOf(processor), 0);
     double sum = 0;
-    processor.setRawSampleCallback([&sum](std::span<const float> samples, double) { sum += double(samples[0]); });
+    processor.setRawSampleCallback(
+        [&sum](std::span<const float> samples, double) { sum += double(samples[0]); });
     EXPECT_EQ(allocationsOf(processor), 0);
 }
 

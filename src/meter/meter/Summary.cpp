@@ -91,12 +91,12 @@ std::string humanText(const Summary& summary)
     line("");
     line("  {:<18}{:>8.1f} dBA{:>10.1f} dBC", "Level at the end", summary.currentSPL, summary.currentDBC);
     line("  {:<18}{:>8.1f} dBA{:>10.1f} dBC", "Peak at the end", summary.peakDBA, summary.peakDBC);
-    line("  {:<18}{:>8} {:<13}{:.1f} dBC", "Highest peak", "", "", summary.todayPeakDBC);
+    line("  {:<18}{:>8}    {:>10.1f} dBC", "Highest peak", "", summary.todayPeakDBC);
     line("");
     line("  {:<18}{:>8.2f} %    {}", "Dose", summary.dosePercentage, label(summary.doseLevel));
-    line("  {:<18}{:>8.1f} %    at the end of 8 hours", "Projected dose", summary.projectedDoseAtEndOfDay);
+    line("  {:<18}{:>8.2f} %    at the end of 8 hours", "Projected dose", summary.projectedDoseAtEndOfDay);
     line("");
-    line("  {:<18}{:>8}      at or above 135 dBC", "Impulse peaks", summary.peakCount135);
+    line("  {:<18}{:>8}      at or above 135 dBC", "Peaks", summary.peakCount135);
     line("  {:<18}{:>8}      at or above 137 dBC", "", summary.peakCount137);
     line("  {:<18}{:>8}      at or above 140 dBC", "", summary.peakCount140);
     line("  {:<18}{:>8}      at or above 115 dBA", "", summary.peakDBACount115);
