@@ -69,8 +69,13 @@ public:
                 std::make_unique<Companion>(std::vector<std::string>{"pipewire"}, log("pipewire")));
             m_pipeWire = m_companions.back().get();
             waitForFile("pipewire-0");
+            keepHardwareOut();
             m_companions.push_back(
                 std::make_unique<Companion>(std::vector<std::string>{"wireplumber"}, log("wireplumber")));
+            if (!waitUntil([] {
+                    return run({"pw-cli", "ls", "Client"}).output.find("WirePlumber") != std::string::npos;
+                }))
+                throw std::runtime_error("wireplumber did not come up");
         } catch (const std::runtime_error& error) {
             m_problem = error.what();
         }
@@ -138,6 +143,19 @@ public:
 private:
     std::string socket(const char* name) const { return (m_folder / name).native(); }
     std::string log(const std::string& name) const { return (m_folder / (name + ".log")).native(); }
+
+    /// The machine's own devices take no part, nor what watches over them: the monitor of Bluetooth
+    /// ends the session manager where no login service runs.
+    void keepHardwareOut() const
+    {
+        const auto configuration = m_folder / "config/wireplumber";
+        std::filesystem::create_directories(configuration / "main.lua.d");
+        std::filesystem::create_directories(configuration / "bluetooth.lua.d");
+        writeFile(configuration / "main.lua.d/80-test.lua",
+                  "alsa_monitor.enabled = false\nlibcamera_monitor.enabled = false\nv4l2_monitor.enabled = "
+                  "false\n");
+        writeFile(configuration / "bluetooth.lua.d/80-test.lua", "bluez_monitor.enabled = false\n");
+    }
 
     void waitForFile(const char* name) const
     {
