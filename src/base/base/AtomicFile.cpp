@@ -15,7 +15,7 @@ namespace velmor {
 
 namespace {
 
-constexpr std::size_t bufferCapacity = 64 * 1024;
+constexpr std::size_t bufferCapacity = 65536;
 constexpr int attemptsForAFreeName = 100;
 
 /// Repeats a system call for as long as a signal interrupts it.

@@ -15,7 +15,7 @@ Calendar::Calendar(const date::time_zone& zone)
 Calendar Calendar::current()
 {
     // Read once at start-up, before any other thread exists.
-    if (const char* wanted = std::getenv("TZ")) { // NOLINT(concurrency-mt-unsafe)
+    if (const char* wanted = std::getenv("TZ")) {
         if (const auto calendar = inZone(wanted))
             return *calendar;
     }

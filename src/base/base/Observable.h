@@ -22,9 +22,9 @@ public:
     ObservableObject& operator=(const ObservableObject&) = delete;
 
     /// Calls back after each assignment to any of the object's published values.
-    [[nodiscard]] Subscription onChange(std::function<void()> callback)
+    [[nodiscard]] Subscription onChange(const std::function<void()>& callback)
     {
-        return m_changed.connect(std::move(callback));
+        return m_changed.connect(callback);
     }
 
 protected:
@@ -69,9 +69,9 @@ public:
     operator const Value&() const { return m_value; }
 
     /// Calls back after each assignment, with the value; not with the present one.
-    [[nodiscard]] Subscription subscribe(std::function<void(const Value&)> callback)
+    [[nodiscard]] Subscription subscribe(const std::function<void(const Value&)>& callback)
     {
-        return m_changed.connect(std::move(callback));
+        return m_changed.connect(callback);
     }
 
 private:

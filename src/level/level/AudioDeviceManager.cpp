@@ -44,6 +44,7 @@ void AudioDeviceManager::updateAvailableChannels()
     }
     const int count = m_hardware.inputChannelCount(*deviceID);
     std::vector<AudioChannel> channels;
+    channels.reserve(static_cast<std::size_t>(count));
     for (int index = 0; index < count; ++index)
         channels.push_back({index, fmt::format("Channel {}", index + 1)});
     availableInputChannels = std::move(channels);

@@ -12,7 +12,7 @@ namespace velmor {
 namespace {
 
 /// 0.7 seconds at 192 kHz, 2.7 seconds at 48 kHz: more than a busy machine keeps a thread waiting.
-constexpr std::size_t ringCapacity = 128 * 1024;
+constexpr std::size_t ringCapacity = 131072;
 
 } // namespace
 

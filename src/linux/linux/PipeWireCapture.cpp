@@ -200,7 +200,7 @@ private:
         if (m_stream)
             destroyStreamLocked();
         m_capture.reset();
-        return std::strerror(error); // NOLINT(concurrency-mt-unsafe): glibc's is safe
+        return std::strerror(error);
     }
 
     void destroyStream()

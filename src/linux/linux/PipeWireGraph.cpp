@@ -64,8 +64,8 @@ std::optional<std::uint32_t> numberOf(std::string_view text)
 /// The member "name" of a metadata value like {"name":"alsa_input.usb"}.
 std::string nameInJson(const char* text)
 {
-    spa_json outer;
-    spa_json inner;
+    spa_json outer = {};
+    spa_json inner = {};
     spa_json_init(&outer, text, std::strlen(text));
     if (spa_json_enter_object(&outer, &inner) <= 0)
         return {};
@@ -461,9 +461,9 @@ std::uint32_t PipeWireGraph::sampleRate() const
     return m_connection->m_sampleRate;
 }
 
-Subscription PipeWireGraph::onChange(std::function<void()> callback)
+Subscription PipeWireGraph::onChange(const std::function<void()>& callback)
 {
-    return m_connection->m_changed.connect(std::move(callback));
+    return m_connection->m_changed.connect(callback);
 }
 
 pw_core* PipeWireGraph::core() const

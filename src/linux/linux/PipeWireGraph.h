@@ -53,7 +53,7 @@ public:
     std::uint32_t sampleRate() const;
 
     /// Calls back on the main thread after the picture has changed.
-    [[nodiscard]] Subscription onChange(std::function<void()> callback);
+    [[nodiscard]] Subscription onChange(const std::function<void()>& callback);
 
     /// For streams of this connection. Absent without a server; to be asked and used under a
     /// PipeWireLock.

@@ -312,7 +312,7 @@ public:
     }
 
     /// Main thread.
-    void add(Changes changes)
+    void add(Changes&& changes)
     {
         {
             const std::lock_guard lock(m_mutex);
