@@ -19,7 +19,7 @@ namespace {
 std::string writeTone(const test::TemporaryFolder& folder, int seconds, double level, double offset)
 {
     constexpr int sampleRate = 32000;
-    const std::string path = folder / "tone.wav";
+    std::string path = folder / "tone.wav";
     SF_INFO info = {};
     info.samplerate = sampleRate;
     info.channels = 1;

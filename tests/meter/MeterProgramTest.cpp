@@ -29,7 +29,6 @@ using test::writeSound;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 class MeterProgramTest : public testing::Test
 {
@@ -37,7 +36,7 @@ protected:
     std::string write(const std::string& name, const std::vector<std::vector<float>>& channels,
                       int sampleRate = 48000)
     {
-        const std::string path = folder / name;
+        std::string path = folder / name;
         writeSound(path, channels, sampleRate);
         return path;
     }

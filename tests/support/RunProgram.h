@@ -29,6 +29,7 @@ inline pid_t spawn(const std::vector<std::string>& command, const std::string& o
                    const std::string& errorFile = "/dev/null")
 {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const auto& word : command)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
