@@ -8,6 +8,14 @@
 
 namespace velmor {
 
+namespace {
+
+// Local times reach a day further than moments do: no overflow within these limits.
+constexpr Date earliestLocal = Date::min() + std::chrono::days(7);
+constexpr Date latestLocal = Date::max() - std::chrono::days(7);
+
+} // namespace
+
 Calendar::Calendar(const date::time_zone& zone)
     : m_zone(&zone)
 {}
@@ -38,6 +46,41 @@ std::optional<Calendar> Calendar::inZone(std::string_view name)
 bool Calendar::isSameDay(Date a, Date b) const
 {
     return date::floor<date::days>(m_zone->to_local(a)) == date::floor<date::days>(m_zone->to_local(b));
+}
+
+std::optional<Date> Calendar::nextMidnight(Date after) const
+{
+    if (after < earliestLocal || after > latestLocal)
+        return std::nullopt;
+    const auto today = date::floor<date::days>(m_zone->to_local(after));
+    // Where the clocks skip a whole day, tomorrow's and the next midnight are the same moment.
+    for (int ahead = 1; ahead <= 2; ++ahead) {
+        const auto midnight = date::local_seconds(today + date::days(ahead));
+        const date::local_info info = m_zone->get_info(midnight);
+        const date::sys_seconds moment =
+            info.result == date::local_info::nonexistent
+                ? info.first.end
+                : date::sys_seconds(midnight.time_since_epoch()) - info.first.offset;
+        if (moment > after)
+            return Date(moment);
+    }
+    return std::nullopt;
+}
+
+std::optional<Date> Calendar::addingDays(Date date, std::int64_t days) const
+{
+    constexpr std::int64_t daysThatADateHas = 213'504;
+    if (date < earliestLocal || date > latestLocal || days < -daysThatADateHas || days > daysThatADateHas)
+        return std::nullopt;
+    const auto local = m_zone->to_local(date);
+    const auto startOfDay = date::floor<date::days>(local);
+    const auto localSeconds = date::floor<std::chrono::seconds>(local);
+    const auto wanted = date::local_seconds(startOfDay + date::days(days)) + (localSeconds - startOfDay);
+    const auto moment = date::sys_seconds(wanted.time_since_epoch()) - m_zone->get_info(wanted).first.offset;
+    if (moment < date::floor<std::chrono::seconds>(earliestLocal) ||
+        moment > date::floor<std::chrono::seconds>(latestLocal))
+        return std::nullopt;
+    return Date(moment) + (local - localSeconds);
 }
 
 std::string Calendar::zoneName() const

@@ -3,6 +3,7 @@
 
 #include <base/Date.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,16 @@ public:
 
     /// Whether both moments lie in the same local day.
     bool isSameDay(Date a, Date b) const;
+
+    /// The next local midnight after a moment. In a night whose midnight the clocks skip it is the
+    /// moment after the gap; of a midnight that comes twice it is the first. Absent within a week of
+    /// the end of time.
+    std::optional<Date> nextMidnight(Date after) const;
+
+    /// The same local time of day so many days later, earlier if negative. A time that the clocks skip
+    /// on that day comes out later by the length of the gap; of a time that comes twice it is the first.
+    /// Absent where a Date doesn't reach.
+    std::optional<Date> addingDays(Date date, std::int64_t days) const;
 
     /// The zone's name in the database.
     std::string zoneName() const;

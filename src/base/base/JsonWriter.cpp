@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <utility>
 
 namespace velmor {
 
@@ -108,11 +109,14 @@ void JsonWriter::value(double number)
     m_text.append(digits, end);
 }
 
-std::optional<std::string> JsonWriter::text() const
+std::optional<std::string> JsonWriter::text() const&
 {
-    if (!m_allFinite)
-        return std::nullopt;
-    return m_text;
+    return m_allFinite ? std::optional(m_text) : std::nullopt;
+}
+
+std::optional<std::string> JsonWriter::text() &&
+{
+    return m_allFinite ? std::optional(std::move(m_text)) : std::nullopt;
 }
 
 void JsonWriter::begin(char bracket)

@@ -43,7 +43,8 @@ public:
     }
 
     /// The finished text; absent when a number was not finite, which JSON has no form for.
-    std::optional<std::string> text() const;
+    std::optional<std::string> text() const&;
+    std::optional<std::string> text() &&;
 
 private:
     void begin(char bracket);

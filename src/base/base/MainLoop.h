@@ -11,8 +11,7 @@ namespace velmor {
 /// A piece of work for the main thread.
 using Task = std::function<void()>;
 
-/// Keeps a repeating timer alive; the timer ends when the handle is destroyed, also from inside its
-/// own task.
+/// Keeps a timer alive; the timer ends when the handle is destroyed, also from inside its own task.
 using Timer = std::shared_ptr<Task>;
 
 /// Wakes the main loop from a thread that must neither lock nor allocate.
@@ -47,6 +46,11 @@ public:
     /// Runs the task every `seconds` (above 0), first after one interval, without drift. Where the loop
     /// was busy, a single firing stands for all that fell due meanwhile. Main thread.
     [[nodiscard]] virtual Timer every(double seconds, Task task) = 0;
+
+    /// Runs the task once, when the wall clock shows the moment or a later one: a clock that is set, or
+    /// goes on while the machine sleeps, is followed. Destroying the handle calls the timer off. Main
+    /// thread.
+    [[nodiscard]] virtual Timer at(Date moment, Task task) = 0;
 
     /// A bell for one task. Main thread; the bell is destroyed there too, after which its task does
     /// not run any more.

@@ -30,6 +30,9 @@ public:
 protected:
     ~ObservableObject() = default;
 
+    /// Announces a change that is not an assignment to a published value.
+    void announceChange() { m_changed(); }
+
 private:
     template <typename Value>
     friend class Published;
@@ -56,13 +59,16 @@ public:
     Published& operator=(Value value)
     {
         m_value = std::move(value);
-        // Most values have no subscriber of their own most of the time, and an emission costs more
-        // than the question.
-        if (!m_changed.empty())
-            m_changed(m_value);
-        if (!m_owner.m_changed.empty())
-            m_owner.m_changed();
+        announce();
         return *this;
+    }
+
+    /// Changes the value where it lies and announces it once: for values that are large to copy.
+    template <typename Change>
+    void update(Change change)
+    {
+        change(m_value);
+        announce();
     }
 
     const Value& get() const { return m_value; }
@@ -77,6 +83,16 @@ public:
 private:
     using Changed = typename boost::signals2::signal_type<
         void(const Value&), boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>>::type;
+
+    void announce()
+    {
+        // Most values have no subscriber of their own most of the time, and an emission costs more
+        // than the question.
+        if (!m_changed.empty())
+            m_changed(m_value);
+        if (!m_owner.m_changed.empty())
+            m_owner.m_changed();
+    }
 
     ObservableObject& m_owner;
     Value m_value;

@@ -15,12 +15,17 @@ PrintedLines printedLines = PrintedLines::onStandardOutput;
 
 void printLine(std::string_view text)
 {
+    printUnmarkedLine(fmt::format("[Velmor] {}", text));
+}
+
+void printUnmarkedLine(std::string_view text)
+{
     if (printedLines == PrintedLines::nowhere)
         return;
     std::FILE* const stream = printedLines == PrintedLines::onStandardError ? stderr : stdout;
     // fmt::print would throw where the stream is closed or its disk full: a line that nobody reads is
     // no reason to end.
-    const std::string line = fmt::format("[Velmor] {}\n", text);
+    const std::string line = fmt::format("{}\n", text);
     std::fwrite(line.data(), 1, line.size(), stream);
     std::fflush(stream);
 }

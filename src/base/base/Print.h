@@ -19,9 +19,12 @@ void printLine(fmt::format_string<Arguments...> format,
     printLine(std::string_view(fmt::format(format, std::forward<Arguments>(arguments)...)));
 }
 
+/// Prints the text and a line break as printLine() does, without its mark.
+void printUnmarkedLine(std::string_view text);
+
 enum class PrintedLines { onStandardOutput, onStandardError, nowhere };
 
-/// Where printLine() prints: on standard output, unless a program needs that for its result. Called
+/// Where lines are printed: on standard output, unless a program needs that for its result. Called
 /// before any other thread exists.
 void setPrintedLines(PrintedLines where);
 

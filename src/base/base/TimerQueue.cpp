@@ -11,6 +11,11 @@ void TimerQueue::addOnce(Moment due, Task task)
     m_entries.push({due, m_nextSequence++, Moment(0), kept, kept});
 }
 
+Timer TimerQueue::addSingle(Moment due, Task task)
+{
+    return addRepeating(due, Moment(0), std::move(task));
+}
+
 Timer TimerQueue::addRepeating(Moment firstDue, Moment interval, Task task)
 {
     auto timer = std::make_shared<Task>(std::move(task));

@@ -20,6 +20,10 @@ public:
     using Moment = std::chrono::nanoseconds;
 
     void addOnce(Moment due, Task task);
+
+    /// As addOnce(), but ends with its handle.
+    Timer addSingle(Moment due, Task task);
+
     Timer addRepeating(Moment firstDue, Moment interval, Task task);
 
     /// When the next live timer is due; absent if there is none.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <base/VirtualMainLoop.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace velmor {
@@ -42,13 +43,18 @@ void VirtualMainLoop::post(Task task)
 
 void VirtualMainLoop::after(double seconds, Task task)
 {
-    m_timers.addOnce(m_now.time_since_epoch() + nanosecondsFrom(seconds), std::move(task));
+    m_timers.addOnce(m_elapsed + nanosecondsFrom(seconds), std::move(task));
 }
 
 Timer VirtualMainLoop::every(double seconds, Task task)
 {
     const auto interval = nanosecondsFrom(seconds);
-    return m_timers.addRepeating(m_now.time_since_epoch() + interval, interval, std::move(task));
+    return m_timers.addRepeating(m_elapsed + interval, interval, std::move(task));
+}
+
+Timer VirtualMainLoop::at(Date moment, Task task)
+{
+    return m_clockTimers.addSingle(moment.time_since_epoch(), std::move(task));
 }
 
 std::unique_ptr<Doorbell> VirtualMainLoop::doorbell(Task task)
@@ -89,17 +95,32 @@ void VirtualMainLoop::runFor(double seconds)
 void VirtualMainLoop::run(Date moment, bool inclusive)
 {
     runPosted();
-    while (const auto due = m_timers.nextDue()) {
-        const Date dueDate(*due);
-        if (inclusive ? dueDate > moment : dueDate >= moment)
+    while (true) {
+        const auto due = m_timers.nextDue();
+        const auto clockDue = m_clockTimers.nextDue();
+        if (!due && !clockDue)
             break;
-        if (dueDate > m_now)
-            m_now = dueDate;
-        m_timers.runNext(m_now.time_since_epoch());
+        // How long until either is due; a clock timer that is overdue waits no longer.
+        constexpr auto never = TimerQueue::Moment::max();
+        const auto wait = due ? std::max(*due - m_elapsed, TimerQueue::Moment(0)) : never;
+        const auto clockWait =
+            clockDue ? std::max(*clockDue - m_now.time_since_epoch(), TimerQueue::Moment(0)) : never;
+        const auto step = std::min(wait, clockWait);
+        const auto left = moment - m_now;
+        if (inclusive ? step > left : step >= left)
+            break;
+        m_now += step;
+        m_elapsed += step;
+        if (wait <= clockWait)
+            m_timers.runNext(m_elapsed);
+        else
+            m_clockTimers.runNext(m_now.time_since_epoch());
         runPosted();
     }
-    if (moment > m_now)
+    if (moment > m_now) {
+        m_elapsed += moment - m_now;
         m_now = moment;
+    }
 }
 
 } // namespace velmor

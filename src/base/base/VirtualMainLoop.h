@@ -20,7 +20,12 @@ public:
     void post(Task task) override;
     void after(double seconds, Task task) override;
     Timer every(double seconds, Task task) override;
+    Timer at(Date moment, Task task) override;
     std::unique_ptr<Doorbell> doorbell(Task task) override;
+
+    /// Sets the clock, forward or back, as its owner or a sleep of the machine would: the timers of
+    /// after() and every() don't notice.
+    void setClock(Date now) { m_now = now; }
 
     /// Runs what has been posted, and what that posts, without moving the clock.
     void runPosted();
@@ -40,7 +45,9 @@ private:
     void run(Date moment, bool inclusive);
 
     Date m_now;
-    TimerQueue m_timers;
+    TimerQueue::Moment m_elapsed{0}; ///< Since construction, whatever the clock was set to.
+    TimerQueue m_timers;             ///< By m_elapsed.
+    TimerQueue m_clockTimers;        ///< By m_now.
 
     std::mutex m_postedMutex;
     std::vector<Task> m_posted;

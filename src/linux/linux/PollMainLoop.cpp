@@ -7,11 +7,13 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <utility>
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 namespace velmor {
@@ -38,19 +40,51 @@ public:
         [[maybe_unused]] const auto written = ::write(m_descriptor, &one, sizeof one);
     }
 
-    /// Waits for a signal, at most until the timeout, and takes it.
-    void wait(std::optional<std::chrono::nanoseconds> timeout)
+    /// Waits for a signal or for the other descriptor, at most until the timeout, and takes the signal.
+    void wait(std::optional<std::chrono::nanoseconds> timeout, int other)
     {
-        pollfd descriptor{m_descriptor, POLLIN, 0};
+        pollfd descriptors[] = {{m_descriptor, POLLIN, 0}, {other, POLLIN, 0}};
         timespec limit{};
         if (timeout) {
             limit.tv_sec = std::chrono::floor<std::chrono::seconds>(*timeout).count();
             limit.tv_nsec = (*timeout % std::chrono::seconds(1)).count();
         }
-        if (::ppoll(&descriptor, 1, timeout ? &limit : nullptr, nullptr) > 0) {
+        const bool isWoken =
+            ::ppoll(descriptors, std::size(descriptors), timeout ? &limit : nullptr, nullptr) > 0;
+        if (isWoken && descriptors[0].revents != 0) {
             std::uint64_t count = 0;
             [[maybe_unused]] const auto taken = ::read(m_descriptor, &count, sizeof count);
         }
+    }
+
+private:
+    int m_descriptor;
+};
+
+/// A descriptor that becomes readable when the wall clock shows a moment, or is set.
+class PollMainLoop::WallClock
+{
+public:
+    WallClock()
+        : m_descriptor(::timerfd_create(CLOCK_REALTIME, TFD_NONBLOCK | TFD_CLOEXEC))
+    {
+        if (m_descriptor < 0)
+            stopOnProgrammingError("no timer descriptor for the main loop");
+    }
+    ~WallClock() { ::close(m_descriptor); }
+    WallClock(const WallClock&) = delete;
+    WallClock& operator=(const WallClock&) = delete;
+
+    int descriptor() const { return m_descriptor; }
+
+    void arm(TimerQueue::Moment moment)
+    {
+        // A time of 0 would disarm it.
+        const auto due = std::max(moment, TimerQueue::Moment(1));
+        itimerspec setting = {};
+        setting.it_value.tv_sec = std::chrono::floor<std::chrono::seconds>(due).count();
+        setting.it_value.tv_nsec = (due % std::chrono::seconds(1)).count();
+        ::timerfd_settime(m_descriptor, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &setting, nullptr);
     }
 
 private:
@@ -90,6 +124,11 @@ TimerQueue::Moment monotonicNow()
     return std::chrono::steady_clock::now().time_since_epoch();
 }
 
+TimerQueue::Moment wallNow()
+{
+    return std::chrono::system_clock::now().time_since_epoch();
+}
+
 template <typename Bell>
 class BellHandle final : public Doorbell
 {
@@ -107,6 +146,7 @@ private:
 
 PollMainLoop::PollMainLoop()
     : m_wakeUp(std::make_shared<WakeUp>())
+    , m_wallClock(std::make_unique<WallClock>())
 {}
 
 PollMainLoop::~PollMainLoop() = default;
@@ -136,6 +176,11 @@ Timer PollMainLoop::every(double seconds, Task task)
     return m_timers.addRepeating(monotonicNow() + interval, interval, std::move(task));
 }
 
+Timer PollMainLoop::at(Date moment, Task task)
+{
+    return m_clockTimers.addSingle(moment.time_since_epoch(), std::move(task));
+}
+
 std::unique_ptr<Doorbell> PollMainLoop::doorbell(Task task)
 {
     auto bell = std::make_shared<Bell>(m_wakeUp, std::move(task));
@@ -158,7 +203,16 @@ void PollMainLoop::run()
             m_timers.runNext(now);
             continue;
         }
-        m_wakeUp->wait(due ? std::optional(*due - now) : std::nullopt);
+        const auto clockDue = m_clockTimers.nextDue();
+        if (clockDue && *clockDue <= wallNow()) {
+            m_clockTimers.runNext(wallNow());
+            continue;
+        }
+        // Armed anew each time: that also takes the news of a clock that was set.
+        if (clockDue)
+            m_wallClock->arm(*clockDue);
+        m_wakeUp->wait(due ? std::optional(*due - now) : std::nullopt,
+                       clockDue ? m_wallClock->descriptor() : -1);
     }
 }
 

@@ -11,8 +11,8 @@
 
 namespace velmor {
 
-/// A main loop in real time for programs without a desktop. Timers run on the monotonic clock, so
-/// that setting the wall clock does not move them.
+/// A main loop in real time for programs without a desktop. The timers of after() and every() run on
+/// the monotonic clock, so that setting the wall clock does not move them.
 class PollMainLoop final : public MainLoop
 {
 public:
@@ -25,6 +25,7 @@ public:
     void post(Task task) override;
     void after(double seconds, Task task) override;
     Timer every(double seconds, Task task) override;
+    Timer at(Date moment, Task task) override;
     std::unique_ptr<Doorbell> doorbell(Task task) override;
 
     /// Runs on the calling thread, the main thread, until quit().
@@ -36,12 +37,15 @@ public:
 private:
     class WakeUp;
     class Bell;
+    class WallClock;
 
     void runPosted();
     void runBells();
 
     std::shared_ptr<WakeUp> m_wakeUp;
-    TimerQueue m_timers;
+    TimerQueue m_timers;      ///< By the monotonic clock.
+    TimerQueue m_clockTimers; ///< By the wall clock.
+    std::unique_ptr<WallClock> m_wallClock;
     bool m_quits = false;
     std::mutex m_postedMutex;
     std::vector<Task> m_posted;

@@ -45,4 +45,10 @@ public:
     }
 };
 
+/// The number if it is above 0, for settings to which 0 and less mean that they aren't there.
+inline std::optional<double> aboveZero(std::optional<double> stored)
+{
+    return stored && *stored > 0 ? stored : std::nullopt;
+}
+
 } // namespace velmor
