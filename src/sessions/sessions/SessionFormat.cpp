@@ -1,0 +1,353 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <sessions/SessionFormat.h>
+
+#include <fmt/format.h>
+#include <simdjson.h>
+
+#include <array>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+namespace velmor {
+
+namespace ondemand = simdjson::ondemand;
+
+namespace {
+
+static_assert(historySpareCapacity >= simdjson::SIMDJSON_PADDING);
+
+/// Deeper nesting, in members that nobody asks for, is refused: it would end in the stack.
+constexpr int deepestNesting = 500;
+
+struct NumberField
+{
+    std::string_view key;
+    double Session::*member;
+    bool isRequired;
+};
+
+constexpr std::array numberFields = {
+    NumberField{"averageSPL", &Session::averageSPL, true},
+    NumberField{"peakSPL", &Session::peakSPL, true},
+    NumberField{"doseAccumulated", &Session::doseAccumulated, true},
+    NumberField{"peakDBC", &Session::peakDBC, false},
+    NumberField{"monitoringTarget", &Session::monitoringTarget, false},
+    NumberField{"monitoringTolerance", &Session::monitoringTolerance, false},
+    NumberField{"timeSilentSec", &Session::timeSilentSec, false},
+    NumberField{"timeUnderSec", &Session::timeUnderSec, false},
+    NumberField{"timeOnTargetSec", &Session::timeOnTargetSec, false},
+    NumberField{"timeOverSec", &Session::timeOverSec, false},
+};
+
+/// None of them is required.
+struct CountField
+{
+    std::string_view key;
+    std::int64_t Session::*member;
+};
+
+constexpr std::array countFields = {
+    CountField{"peakCount135", &Session::peakCount135},
+    CountField{"peakCount140", &Session::peakCount140},
+    CountField{"peakDBACount115", &Session::peakDBACount115},
+};
+
+void writeReading(JsonWriter& json, const SPLReading& reading)
+{
+    json.beginObject();
+    json.member("timestamp", std::string_view(isoText(reading.timestamp)));
+    json.member("dBA", reading.dBA);
+    json.member("dosePercentageAtTime", reading.dosePercentageAtTime);
+    json.member("dBC", reading.dBC);
+    if (reading.zone)
+        json.member("zone", rawValue(*reading.zone));
+    json.endObject();
+}
+
+/// Which of the members that must be there have been met.
+class Requirements
+{
+public:
+    void meet(std::size_t index) { m_met |= 1U << index; }
+
+    template <std::size_t count>
+    void check(const std::array<std::string_view, count>& keys) const
+    {
+        for (std::size_t i = 0; i < count; ++i) {
+            if ((m_met >> i & 1U) == 0)
+                throw SessionFormatError(fmt::format("\"{}\" is missing", keys[i]));
+        }
+    }
+
+private:
+    unsigned m_met = 0;
+};
+
+/// Walks through a value that nobody asks for, for a history with an error anywhere is damaged.
+void checkValue(ondemand::value value, int depth)
+{
+    if (depth > deepestNesting)
+        throw SessionFormatError("nested too deeply");
+    switch (ondemand::json_type(value.type())) {
+    case ondemand::json_type::array:
+        for (auto element : value.get_array())
+            checkValue(std::move(element).value(), depth + 1);
+        return;
+    case ondemand::json_type::object:
+        for (auto field : value.get_object()) {
+            (void)std::string_view(field.unescaped_key());
+            checkValue(field.value().value(), depth + 1);
+        }
+        return;
+    case ondemand::json_type::number:
+        (void)value.get_double().value();
+        return;
+    case ondemand::json_type::string:
+        (void)value.get_string().value();
+        return;
+    case ondemand::json_type::boolean:
+        (void)value.get_bool().value();
+        return;
+    case ondemand::json_type::null:
+        if (!value.is_null().value())
+            throw SessionFormatError("no JSON value");
+        return;
+    }
+}
+
+bool isNull(ondemand::value& value)
+{
+    return ondemand::json_type(value.type()) == ondemand::json_type::null && value.is_null().value();
+}
+
+Date decodedDate(ondemand::value& value)
+{
+    // All but a text with escapes, which is as good, can be read where it lies.
+    constexpr std::size_t length = 20;
+    const std::string_view token = value.raw_json_token();
+    if (token.size() >= length + 2 && token[0] == '"' && token[length + 1] == '"') {
+        if (const auto date = dateFromIsoText(token.substr(1, length)))
+            return *date;
+    }
+    const std::string_view text = value.get_string();
+    const auto date = dateFromIsoText(text);
+    if (!date)
+        throw SessionFormatError(fmt::format("\"{}\" is no date", text));
+    return *date;
+}
+
+Zone decodedZone(ondemand::value& value)
+{
+    const std::string_view text = value.get_string();
+    const auto zone = zoneFromRaw(text);
+    if (!zone)
+        throw SessionFormatError(fmt::format("\"{}\" is no zone", text));
+    return *zone;
+}
+
+SPLReading decodedReading(ondemand::object object)
+{
+    constexpr std::array<std::string_view, 3> required = {"timestamp", "dBA", "dosePercentageAtTime"};
+    SPLReading reading;
+    Requirements requirements;
+    for (auto field : object) {
+        const std::string_view key = field.unescaped_key();
+        ondemand::value value = field.value();
+        if (key == "timestamp") {
+            reading.timestamp = decodedDate(value);
+            requirements.meet(0);
+        } else if (key == "dBA") {
+            reading.dBA = value.get_double();
+            requirements.meet(1);
+        } else if (key == "dosePercentageAtTime") {
+            reading.dosePercentageAtTime = value.get_double();
+            requirements.meet(2);
+        } else if (key == "dBC") {
+            reading.dBC = isNull(value) ? 0 : value.get_double().value();
+        } else if (key == "zone") {
+            reading.zone = isNull(value) ? std::nullopt : std::optional(decodedZone(value));
+        } else {
+            checkValue(value, 0);
+        }
+    }
+    requirements.check(required);
+    return reading;
+}
+
+enum class Readings { required, unknown };
+
+/// \return whether there is a field of that key.
+bool decodeNumber(Session& session, std::string_view key, ondemand::value& value, Requirements& requirements)
+{
+    for (std::size_t i = 0; i < numberFields.size(); ++i) {
+        const NumberField& field = numberFields[i];
+        if (key != field.key)
+            continue;
+        session.*field.member = !field.isRequired && isNull(value) ? 0 : value.get_double().value();
+        requirements.meet(i);
+        return true;
+    }
+    for (const CountField& field : countFields) {
+        if (key != field.key)
+            continue;
+        session.*field.member = isNull(value) ? 0 : value.get_int64().value();
+        return true;
+    }
+    return false;
+}
+
+Session decodedSession(ondemand::object object, Readings readings)
+{
+    // The required number fields come first, at their places in their own table.
+    constexpr std::array<std::string_view, 7> required = {
+        "averageSPL", "peakSPL", "doseAccumulated", "id", "startDate", "dawName", "readings"};
+    constexpr std::size_t firstOther = 3;
+    Session session;
+    Requirements requirements;
+    if (readings == Readings::unknown)
+        requirements.meet(firstOther + 3);
+    for (auto field : object) {
+        const std::string_view key = field.unescaped_key();
+        ondemand::value value = field.value();
+        if (key == "id") {
+            const std::string_view text = value.get_string();
+            const auto id = uuidFromText(text);
+            if (!id)
+                throw SessionFormatError(fmt::format("\"{}\" is no UUID", text));
+            session.id = *id;
+            requirements.meet(firstOther);
+        } else if (key == "startDate") {
+            session.startDate = decodedDate(value);
+            requirements.meet(firstOther + 1);
+        } else if (key == "endDate") {
+            session.endDate = isNull(value) ? std::nullopt : std::optional(decodedDate(value));
+        } else if (key == "dawName") {
+            session.dawName = std::string_view(value.get_string());
+            requirements.meet(firstOther + 2);
+        } else if (key == "readings" && readings == Readings::required) {
+            session.readings.clear();
+            for (auto element : value.get_array())
+                session.readings.push_back(decodedReading(element.get_object()));
+            session.readings.shrink_to_fit();
+            requirements.meet(firstOther + 3);
+        } else if (!decodeNumber(session, key, value, requirements)) {
+            checkValue(value, 0);
+        }
+    }
+    requirements.check(required);
+    return session;
+}
+
+SessionFormatError inSession(std::size_t number, const char* error)
+{
+    return SessionFormatError(fmt::format("session {}: {}", number, error));
+}
+
+/// Parses the text and hands the document to the function, which reads it to its end.
+template <typename Function>
+auto parsed(std::string text, Function function)
+{
+    text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
+    try {
+        ondemand::parser parser;
+        ondemand::document document =
+            parser.iterate(simdjson::padded_string_view(text.data(), text.size(), text.capacity()));
+        auto result = function(document);
+        if (document.current_location().error() != simdjson::OUT_OF_BOUNDS)
+            throw SessionFormatError("text after the end");
+        return result;
+    } catch (const simdjson::simdjson_error& error) {
+        throw SessionFormatError(error.what());
+    }
+}
+
+} // namespace
+
+void writeSessionFields(JsonWriter& json, const Session& session)
+{
+    json.member("id", std::string_view(uuidText(session.id)));
+    json.member("startDate", std::string_view(isoText(session.startDate)));
+    if (session.endDate)
+        json.member("endDate", std::string_view(isoText(*session.endDate)));
+    json.member("dawName", std::string_view(session.dawName));
+    for (const NumberField& field : numberFields)
+        json.member(field.key, session.*field.member);
+    for (const CountField& field : countFields)
+        json.member(field.key, session.*field.member);
+}
+
+std::optional<std::string> encodedHistory(std::span<const Session> sessions)
+{
+    JsonWriter json(JsonWriter::Layout::pretty);
+    json.beginArray();
+    for (const Session& session : sessions) {
+        json.beginObject();
+        writeSessionFields(json, session);
+        json.key("readings");
+        json.beginArray();
+        for (const SPLReading& reading : session.readings)
+            writeReading(json, reading);
+        json.endArray();
+        json.endObject();
+    }
+    json.endArray();
+    return std::move(json).text();
+}
+
+std::vector<Session> decodedHistory(std::string text)
+{
+    return parsed(std::move(text), [](ondemand::document& document) {
+        std::vector<Session> sessions;
+        for (auto element : document.get_array()) {
+            try {
+                sessions.push_back(decodedSession(element.get_object(), Readings::required));
+            } catch (const simdjson::simdjson_error& error) {
+                throw inSession(sessions.size() + 1, error.what());
+            } catch (const SessionFormatError& error) {
+                throw inSession(sessions.size() + 1, error.what());
+            }
+        }
+        return sessions;
+    });
+}
+
+std::optional<std::string> encodedMoment(const Session& state, const SPLReading* reading)
+{
+    JsonWriter json(JsonWriter::Layout::compact);
+    json.beginObject();
+    json.key("session");
+    json.beginObject();
+    writeSessionFields(json, state);
+    json.endObject();
+    if (reading) {
+        json.key("reading");
+        writeReading(json, *reading);
+    }
+    json.endObject();
+    return std::move(json).text();
+}
+
+SessionMoment decodedMoment(std::string text)
+{
+    return parsed(std::move(text), [](ondemand::document& document) {
+        SessionMoment moment;
+        Requirements requirements;
+        for (auto field : document.get_object()) {
+            const std::string_view key = field.unescaped_key();
+            ondemand::value value = field.value();
+            if (key == "session") {
+                moment.state = decodedSession(value.get_object(), Readings::unknown);
+                requirements.meet(0);
+            } else if (key == "reading") {
+                moment.reading = decodedReading(value.get_object());
+            } else {
+                checkValue(value, 0);
+            }
+        }
+        requirements.check(std::array<std::string_view, 1>{"session"});
+        return moment;
+    });
+}
+
+} // namespace velmor

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <base/JsonWriter.h>
+#include <sessions/Session.h>
+
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace velmor {
+
+/// A text that is not of the history's form; says where.
+class SessionFormatError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The history file: a JSON array of sessions, printed for people. Dates lose their fractions of a
+/// second. Absent when a number is not finite.
+std::optional<std::string> encodedHistory(std::span<const Session> sessions);
+
+/// Reads a history file. Strict: a key that must be there and isn't, a value of another type or a date
+/// with a fraction fails the whole; so does anything that is no JSON, also where it is not looked at.
+/// Fields that came later have defaults. A text with `historySpareCapacity` bytes of room is not copied.
+/// \throws SessionFormatError
+std::vector<Session> decodedHistory(std::string text);
+
+inline constexpr std::size_t historySpareCapacity = 64;
+
+/// The session's own members, without its readings, into an object that the caller has begun.
+void writeSessionFields(JsonWriter& json, const Session& session);
+
+/// A moment of a running session: what it would be if it ended here, without readings, and the reading
+/// that was taken, if any.
+struct SessionMoment
+{
+    Session state;
+    std::optional<SPLReading> reading;
+};
+
+/// As one line of JSON without its end. Absent when a number is not finite.
+std::optional<std::string> encodedMoment(const Session& state, const SPLReading* reading);
+
+/// Reads what encodedMoment() wrote. \throws SessionFormatError
+SessionMoment decodedMoment(std::string text);
+
+} // namespace velmor

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <base/Calendar.h>
+#include <base/MainLoop.h>
+#include <base/Observable.h>
+#include <base/Uuid.h>
+#include <discipline/ReferenceLevelTracker.h>
+#include <exposure/DoseCalculator.h>
+#include <platform/DefaultsStore.h>
+#include <platform/NotificationCenter.h>
+#include <sessions/Session.h>
+#include <sessions/SessionJournal.h>
+#include <sessions/SessionStorage.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velmor {
+
+/// Owns the running session, the finished ones and the history file. The history is read at
+/// construction, together with what journals are left of a session that never ended, and written whole
+/// with each change. Main thread; reads and writes files there.
+class SessionManager final : public ObservableObject
+{
+public:
+    using DisciplineSummary = std::optional<ReferenceLevelTracker::SessionSummary>;
+
+    /// Whether the program runs as the installed application. Only then does a failed save raise a
+    /// notification.
+    enum class Bundle { none, installed };
+
+    SessionManager(MainLoop& loop, DefaultsStore& defaults, const Calendar& calendar,
+                   NotificationCenter& notificationCenter, SessionStorage storage, Bundle bundle);
+
+    Published<std::optional<Session>> currentSession{*this, {}};
+    Published<std::vector<Session>> sessionHistory{*this, {}}; ///< Finished sessions, newest first.
+
+    /// Begins a session. One that is running gets the name instead and goes on.
+    void startSession(const std::string& dawName);
+
+    /// Finishes the running session, puts it at the front of the history and saves. Does nothing
+    /// without one.
+    void endSession(const DoseCalculator& doseCalculator, const DisciplineSummary& disciplineSummary);
+
+    /// Takes in a tick's levels, in dB. Does nothing without a running session.
+    /// \param dBC, dosePercentage are not used.
+    void updateCurrentSession(double spl, double dBC, double peakDBC, double peakDBA, double dosePercentage);
+
+    /// Adds a sample to the running session's series. Does nothing without one.
+    void addReading(double spl, double dBC, double dosePercentage, std::optional<Zone> zone);
+
+    /// Notes in the journal what the running session would be if it ended now, with its newest reading
+    /// if that is not there yet. Does nothing without one.
+    void recordProgress(const DoseCalculator& doseCalculator, const DisciplineSummary& disciplineSummary);
+
+    /// Removes every session of that identity from the history, and saves.
+    void deleteSession(const Uuid& id);
+
+    /// Writes the finished sessions. A failure is printed, and raises a notification the first time;
+    /// the history stays in memory.
+    void saveHistory();
+
+    /// Reads the history file, if there is one, and applies the retention rules to it. What can't be
+    /// read leaves an empty history; the file is kept, and copied aside before anything overwrites it.
+    /// A finished session that no save has brought to the disk yet stays.
+    void loadHistory();
+
+    /// Whether there are finished sessions that no save has brought to the disk yet.
+    bool hasUnsavedSessions() const { return !m_unsavedSessions.empty(); }
+
+    /// The finished sessions that started today, in the history's order.
+    std::vector<Session> todaysSessions() const;
+
+    /// Seconds.
+    double todaysTotalDuration() const;
+
+    /// As in 0h 12m.
+    std::string todaysTotalDurationFormatted() const;
+
+private:
+    std::string writeHistory(const std::filesystem::path& folder);
+    void recoverSessions();
+    void keepUnsavedSessions(std::vector<Session>& loaded) const;
+    void notifyOfSaveFailureOnce(const std::string& error);
+
+    MainLoop& m_loop;
+    DefaultsStore& m_defaults;
+    const Calendar& m_calendar;
+    NotificationCenter& m_notificationCenter;
+    SessionStorage m_storage;
+    Bundle m_bundle;
+
+    Timer m_readingSampleTimer;
+    std::int64_t m_splSampleCount = 0;
+    double m_energySum = 0;
+    bool m_didNotifySaveFailure = false;
+
+    std::unique_ptr<SessionJournal> m_journal;
+    std::size_t m_journaledReadings = 0;
+    bool m_didPrintJournalFailure = false;
+    std::vector<Uuid> m_unsavedSessions; ///< Finished, but not in the file yet; their journals stay.
+    bool m_mustSetAside = false;         ///< The file is damaged and has no copy yet.
+};
+
+} // namespace velmor
