@@ -7,6 +7,7 @@
 #include <linux/SqliteDefaultsStore.h>
 #include <platform/MemoryDefaultsStore.h>
 #include <support/FakeAudio.h>
+#include <support/FakeNotificationCenter.h>
 #include <support/Sound.h>
 #include <support/TemporaryFolder.h>
 
@@ -28,7 +29,11 @@ void tick(benchmark::State& state, DefaultsStore& defaults, VirtualMainLoop& loo
 {
     test::FakeAudio audio;
     const Calendar calendar = Calendar::inZone("UTC").value();
-    AppState hub({loop, audio, audio, defaults, calendar}, 110);
+    test::FakeNotificationCenter notifications;
+    NoLoginItem loginItem;
+    AppState hub(
+        {loop, audio, audio, defaults, calendar, notifications, loginItem, SessionStorage::nowhere()});
+    hub.settings.calibrationOffset = 110;
     setPrintedLines(PrintedLines::nowhere);
     hub.audioService.start();
     for (std::size_t block = 0; block < 20; ++block)

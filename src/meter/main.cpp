@@ -135,9 +135,12 @@ int main(int argumentCount, char** arguments)
         const auto parsed = parseOptions(argumentCount, arguments);
         if (const auto* exit = std::get_if<EarlyExit>(&parsed))
             return exit->status;
-        setPrintedLines(PrintedLines::nowhere);
+        const auto* options = std::get_if<Options>(&parsed);
+        // What a history had to be mended of is worth a line, also beside a result.
+        setPrintedLines(options->historyFolder.empty() ? PrintedLines::nowhere
+                                                       : PrintedLines::onStandardError);
         interruptOnSignals();
-        return run(std::get<Options>(parsed));
+        return run(*options);
     } catch (const std::exception& error) {
         printOnStandardError(fmt::format("velmor-meter: {}\n", error.what()));
         return badInputStatus;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <app/AppState.h>
-#include <base/VirtualMainLoop.h>
-#include <platform/MemoryDefaultsStore.h>
-#include <support/FakeAudio.h>
+#include <support/HubHost.h>
 #include <support/Sound.h>
 
 #include <gtest/gtest.h>
@@ -30,10 +28,10 @@ protected:
         }
     }
 
-    test::FakeAudio audio;
-    VirtualMainLoop loop{dateFromIsoText("2026-03-02T09:00:00Z").value()};
-    MemoryDefaultsStore defaults;
-    Calendar calendar = Calendar::inZone("UTC").value();
+    test::HubHost host;
+    test::FakeAudio& audio = host.audio;
+    VirtualMainLoop& loop = host.loop;
+    MemoryDefaultsStore& defaults = host.defaults;
 
 private:
     std::size_t m_frame = 0;
@@ -41,7 +39,8 @@ private:
 
 TEST_F(AppStateTest, TheTickCarriesThePublishedLevelsIntoTheDose)
 {
-    AppState hub({loop, audio, audio, defaults, calendar}, 100);
+    defaults.set("calibrationOffset", 100.0);
+    AppState hub(host.host());
     hub.audioService.start();
     sound(60, 0.5);
     // 90.97 dBA for a minute, but for the first ticks, at which the level is still rising.
@@ -53,9 +52,10 @@ TEST_F(AppStateTest, TheTickCarriesThePublishedLevelsIntoTheDose)
 
 TEST_F(AppStateTest, WithCaptureStoppedATickChangesNothing)
 {
-    AppState hub({loop, audio, audio, defaults, calendar}, 100);
+    defaults.set("calibrationOffset", 100.0);
+    AppState hub(host.host());
     loop.runFor(10);
-    EXPECT_TRUE(defaults.values().empty());
+    EXPECT_FALSE(defaults.value("DoseCalculator.accumulatedDose"));
     EXPECT_EQ(hub.doseCalculator.accumulatedDose, 0);
 
     hub.audioService.start();
@@ -81,7 +81,8 @@ TEST_F(AppStateTest, WithCaptureStoppedATickChangesNothing)
 
 TEST_F(AppStateTest, APeakIsCountedOnceATickForAsLongAsItLasts)
 {
-    AppState hub({loop, audio, audio, defaults, calendar}, 94);
+    defaults.set("calibrationOffset", 94.0);
+    AppState hub(host.host());
     hub.audioService.start();
     sound(1, 0.1);
     sound(1, 150); // 137.5 dBC
@@ -93,12 +94,14 @@ TEST_F(AppStateTest, TheDayGoesOnAfterARestart)
 {
     double dose = 0;
     {
-        AppState hub({loop, audio, audio, defaults, calendar}, 100);
+        defaults.set("calibrationOffset", 100.0);
+        AppState hub(host.host());
         hub.audioService.start();
         sound(5, 0.5);
         dose = hub.doseCalculator.dosePercentage;
     }
-    AppState hub({loop, audio, audio, defaults, calendar}, 100);
+    defaults.set("calibrationOffset", 100.0);
+    AppState hub(host.host());
     loop.runPosted();
     EXPECT_EQ(hub.doseCalculator.dosePercentage, dose);
 }

@@ -20,23 +20,14 @@ inline Outcome meter(std::vector<std::string> arguments)
     return run(arguments);
 }
 
-/// The members of a JSON object: numbers, Booleans as 0 and 1, and texts in their JSON form.
+/// The members of a JSON object: numbers, Booleans as 0 and 1, and texts. Those of an object in it
+/// have its name and a dot before their own.
 struct JsonObject
 {
     explicit JsonObject(const std::string& text)
     {
         simdjson::dom::parser parser;
-        const simdjson::dom::object object = parser.parse(text);
-        for (const auto& [key, value] : object) {
-            const std::string name(key);
-            names.push_back(name);
-            if (value.is_bool())
-                numbers[name] = bool(value) ? 1 : 0;
-            else if (value.is_number())
-                numbers[name] = value.get_double();
-            else
-                texts[name] = std::string(std::string_view(value));
-        }
+        take(parser.parse(text), "");
     }
 
     double operator[](const std::string& name) const { return numbers.at(name); }
@@ -44,6 +35,23 @@ struct JsonObject
     std::vector<std::string> names;
     std::map<std::string, double> numbers;
     std::map<std::string, std::string> texts;
+
+private:
+    void take(const simdjson::dom::object& object, const std::string& prefix)
+    {
+        for (const auto& [key, value] : object) {
+            const std::string name = prefix + std::string(key);
+            names.push_back(name);
+            if (value.is_object())
+                take(value, name + ".");
+            else if (value.is_bool())
+                numbers[name] = bool(value) ? 1 : 0;
+            else if (value.is_number())
+                numbers[name] = value.get_double();
+            else
+                texts[name] = std::string(std::string_view(value));
+        }
+    }
 };
 
 /// One object a line.

@@ -3,27 +3,172 @@
 
 namespace velmor {
 
-AppState::AppState(const Host& host, double calibrationOffset)
-    : deviceManager(host.hardware)
-    , audioService(host.loop, host.capture, deviceManager, calibrationOffset)
-    , doseCalculator(host.loop, host.defaults, host.calendar)
-    , m_loop(host.loop)
+namespace {
+
+constexpr double statisticsRateHz = 10.0;
+
+/// The offset, once the device is selected that it was calibrated with.
+double offsetForSelectedDevice(AudioDeviceManager& deviceManager, const AppSettings& settings)
 {
-    doseCalculator.restorePersistedDose();
-    m_splUpdateTimer = m_loop.every(tickIntervalSeconds, [this] { tick(); });
+    deviceManager.selectDevice(settings.selectedDeviceUID);
+    return settings.calibrationOffset;
 }
 
-// The peaks are those of the last block only. A peak in an earlier block since the tick before is not
-// seen: the counts are of measurement intervals, not of events.
-void AppState::tick()
+} // namespace
+
+AppState::AppState(const Host& host)
+    : deviceManager(host.hardware)
+    , doseCalculator(host.loop, host.defaults, host.calendar)
+    , sessionManager(host.loop, host.defaults, host.calendar, host.notificationCenter, host.sessionStorage,
+                     host.bundle)
+    , referenceTracker(host.defaults, tickIntervalSeconds)
+    , alertDetector(host.defaults)
+    , leqStatistics(statisticsRateHz)
+    , settings(host.defaults)
+    , audioService(host.loop, host.capture, deviceManager, offsetForSelectedDevice(deviceManager, settings))
+    , notifications(host.loop, host.notificationCenter, settings, doseCalculator, alertDetector)
+    , m_loop(host.loop)
+    , m_calendar(host.calendar)
+    , m_loginItem(host.loginItem)
 {
-    if (!audioService.isRunning)
+    setupSettings();
+    settings.launchAtLogin = m_loginItem.isEnabled();
+    doseCalculator.restorePersistedDose();
+    reconcileDose();
+    setupDoseCallbacks();
+    setupAudioServiceCallbacks();
+    setupAlertCallbacks();
+    notifications.onShareReport = [this](const Uuid& sessionID) {
+        m_loop.post(m_lifetime.guarded([this, sessionID] { pendingReportSessionID = sessionID; }));
+    };
+    if (host.bundle == SessionManager::Bundle::installed)
+        notifications.setupNotifications();
+    startSPLFeed();
+    scheduleMidnightReset();
+    forwardChanges();
+}
+
+void AppState::setupSettings()
+{
+    settings.selectedDeviceUID.afterWriting = [this](const std::string& uid) {
+        deviceManager.selectDevice(uid);
+        audioService.switchDevice();
+    };
+    settings.calibrationOffset.afterWriting = [this](double offset) {
+        audioService.updateCalibrationOffset(offset);
+    };
+    // The calculator's own key is the one that counts: it is written first.
+    settings.conservativeDoseMode.beforeWriting = [this](bool isConservative) {
+        doseCalculator.conservativeMode = isConservative;
+        doseCalculator.persistConservativeMode();
+    };
+    settings.launchAtLogin.afterWriting = [this](bool isWanted) { applyLaunchAtLogin(isWanted); };
+}
+
+void AppState::setupDoseCallbacks()
+{
+    doseCalculator.onThresholdCrossed = [this](DoseLevel level) {
+        notifications.sendThresholdNotification(level);
+    };
+    doseCalculator.onPeakAlert = [this](double peakDBC) { notifications.sendPeakNotification(peakDBC); };
+    doseCalculator.onInstantaneousPeakAlert = [this](double peakDBA) {
+        notifications.sendInstantaneousPeakNotification(peakDBA);
+    };
+}
+
+void AppState::setupAudioServiceCallbacks()
+{
+    audioService.onDeviceDisconnected = [this] {
+        endSession();
+        notifications.sendDeviceDisconnectedNotification();
+    };
+}
+
+void AppState::setupAlertCallbacks()
+{
+    alertDetector.onDriftAlert = [this](const DriftAlertContext& context) {
+        notifications.sendDriftNotification(context);
+    };
+    alertDetector.onOffTargetAlert = [this](const OffTargetAlertContext& context) {
+        notifications.sendOffTargetNotification(context);
+    };
+}
+
+void AppState::workstationLaunched(const std::string& dawName)
+{
+    if (settings.autoStartSessions)
+        startSession(dawName);
+}
+
+void AppState::allWorkstationsQuit()
+{
+    if (settings.autoStartSessions)
+        endSession();
+}
+
+void AppState::forwardChanges()
+{
+    forwardChangesOf(sessionManager);
+    forwardChangesOf(audioService);
+    forwardChangesOf(doseCalculator);
+    forwardChangesOf(deviceManager);
+    forwardChangesOf(referenceTracker);
+    forwardChangesOf(alertDetector);
+    forwardChangesOf(pauseService);
+    forwardChangesOf(settings);
+}
+
+// A tick changes a dozen values: one announcement stands for all of a turn of the loop.
+void AppState::forwardChangesOf(ObservableObject& child)
+{
+    m_subscriptions.push_back(child.onChange([this] {
+        if (m_hasChangeToAnnounce)
+            return;
+        m_hasChangeToAnnounce = true;
+        m_loop.post(m_lifetime.guarded([this] {
+            m_hasChangeToAnnounce = false;
+            announceChange();
+        }));
+    }));
+}
+
+// A registration that the system refuses puts the setting back to what the system has.
+void AppState::applyLaunchAtLogin(bool isWanted)
+{
+    const bool isDone = isWanted ? m_loginItem.registerItem() : m_loginItem.unregisterItem();
+    if (isDone)
         return;
-    const double spl = audioService.currentSPL;
-    const double dBC = audioService.currentDBC;
-    const double peakDBC = audioService.peakDBC;
-    const double peakDBA = audioService.peakDBA;
-    doseCalculator.addMeasurement(spl, dBC, peakDBC, peakDBA, m_loop.now());
+    m_loop.post(m_lifetime.guarded([this] {
+        const bool isEnabled = m_loginItem.isEnabled();
+        if (isEnabled != settings.launchAtLogin.get())
+            settings.launchAtLogin = isEnabled;
+    }));
+}
+
+double AppState::todaysCompletedDose() const
+{
+    double dose = 0;
+    for (const Session& session : sessionManager.sessionHistory.get()) {
+        if (session.endDate && m_calendar.isSameDay(session.startDate, m_loop.now()))
+            dose += session.doseAccumulated;
+    }
+    return dose;
+}
+
+void AppState::reconcileDose()
+{
+    doseCalculator.reconcileWithSessions(todaysCompletedDose());
+}
+
+void AppState::refreshAfterTovikImport()
+{
+    sessionManager.loadHistory();
+    doseCalculator.restorePersistedDose();
+    reconcileDose();
+    referenceTracker.reloadSettings();
+    alertDetector.reloadSettings();
+    settings.takeImported();
+    settings.launchAtLogin = m_loginItem.isEnabled();
 }
 
 } // namespace velmor

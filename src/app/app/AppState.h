@@ -1,14 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <app/AppSettings.h>
+#include <app/MonitoringPauseService.h>
+#include <app/NotificationPolicy.h>
 #include <base/Calendar.h>
+#include <base/Lifetime.h>
 #include <base/MainLoop.h>
+#include <base/Observable.h>
+#include <base/Uuid.h>
+#include <discipline/MonitoringAlertDetector.h>
+#include <discipline/ReferenceLevelTracker.h>
 #include <exposure/DoseCalculator.h>
+#include <exposure/LeqStatisticsService.h>
 #include <level/AudioDeviceManager.h>
 #include <level/AudioMeasurementService.h>
 #include <platform/AudioCapture.h>
 #include <platform/AudioHardware.h>
 #include <platform/DefaultsStore.h>
+#include <platform/LoginItem.h>
+#include <platform/NotificationCenter.h>
+#include <sessions/SessionManager.h>
+#include <sessions/SessionStorage.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace velmor {
 
@@ -20,28 +38,118 @@ struct Host
     const AudioHardware& hardware;
     DefaultsStore& defaults;
     const Calendar& calendar;
+    NotificationCenter& notificationCenter;
+    LoginItem& loginItem;
+    SessionStorage sessionStorage;
+    SessionManager::Bundle bundle = SessionManager::Bundle::none;
 };
 
-/// Owns the services and runs the measurement loop. The services don't know one another: data moves
-/// between them here. Main thread.
-class AppState final
+/// Whether a session was running when a Focus turned the program's filter on.
+struct FocusPreEnableSessionState
+{
+    bool wasActive = false;
+};
+
+/// Owns the services, wires them, and runs the measurement loop. The services don't know one another:
+/// data moves between them here. Whoever shows the program's state observes this object alone: it
+/// announces each change of its services, once in a turn of the loop. Main thread.
+class AppState final : public ObservableObject
 {
 public:
     static constexpr double tickIntervalSeconds = 0.1;
 
-    /// Restores the day's dose and starts the tick.
-    /// \param calibrationOffset dB that are added to every level.
-    AppState(const Host& host, double calibrationOffset);
+    /// Restores the day's dose, reconciles it with the history, and starts the tick and the timer for
+    /// the next midnight.
+    explicit AppState(const Host& host);
 
     AudioDeviceManager deviceManager;
-    AudioMeasurementService audioService;
     DoseCalculator doseCalculator;
+    SessionManager sessionManager;
+    ReferenceLevelTracker referenceTracker;
+    MonitoringPauseService pauseService;
+    MonitoringAlertDetector alertDetector;
+    LeqStatisticsService leqStatistics;
+    AppSettings settings;
+    AudioMeasurementService audioService;
+    NotificationPolicy notifications;
+
+    /// A session whose report window should open. Whoever opens it clears this.
+    Published<std::optional<Uuid>> pendingReportSessionID{*this, {}};
+
+    /// Shows this band in place of the real one; nothing else changes.
+    Published<std::optional<DoseLevel>> simulatedDoseLevel{*this, {}};
+
+    /// The band that the interface shows.
+    DoseLevel displayDoseLevel() const;
+
+    /// The day's time in the zones, over the finished sessions and the running one.
+    ReferenceLevelTracker::DailySummary todaysMonitoringDiscipline() const;
+
+    /// Ticks with live measurement since the start of the program.
+    std::int64_t splTickCounter() const { return m_splTickCounter; }
+
+    /// Starts a session and capture. A session that is running gets the name and goes on; its dose,
+    /// discipline and alerts begin anew.
+    void startSession(const std::string& dawName);
+
+    /// A session named "Manual".
+    void manualStartSession();
+
+    /// Ends the session and capture. Doesn't ask whether there is a session: the caller does, where it
+    /// matters.
+    void endSession();
+
+    /// The first workstation has started.
+    void workstationLaunched(const std::string& dawName);
+
+    /// The last workstation has quit.
+    void allWorkstationsQuit();
+
+    void requestOpenReport(const Session& session);
+
+    /// Removes a session from the history. One of today takes its share of the day's dose with it.
+    void deleteSession(const Session& session);
+
+    /// Removes the day's finished sessions and begins its dose anew. A running session goes on.
+    void resetDose();
+
+    void captureFocusPreEnableSessionState(bool wasActive);
+
+    /// What was captured, once.
+    std::optional<FocusPreEnableSessionState> consumeFocusPreEnableSessionState();
+
+    /// Brings the services back in step with what an import wrote to the store and to the disk.
+    void refreshAfterTovikImport();
 
 private:
+    void setupSettings();
+    void setupDoseCallbacks();
+    void setupAudioServiceCallbacks();
+    void setupAlertCallbacks();
+    void forwardChanges();
+    void forwardChangesOf(ObservableObject& child);
+    void applyLaunchAtLogin(bool isWanted);
+    double todaysCompletedDose() const;
+    void reconcileDose();
+
+    void startSPLFeed();
     void tick();
+    void startReadingSampler();
+    void sampleReading();
+    void scheduleMidnightReset();
+    void performDailyReset();
 
     MainLoop& m_loop;
+    const Calendar& m_calendar;
+    LoginItem& m_loginItem;
+    std::optional<FocusPreEnableSessionState> m_focusPreEnableSessionState;
+    std::int64_t m_splTickCounter = 0;
     Timer m_splUpdateTimer;
+    Timer m_readingSampleTimer;
+    Timer m_midnightResetTimer;
+    bool m_hasChangeToAnnounce = false;
+    std::vector<Subscription> m_subscriptions;
+    Lifetime m_lifetime;
 };
 
 } // namespace velmor

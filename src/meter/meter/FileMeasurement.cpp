@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <meter/FileMeasurement.h>
 
-#include <app/AppState.h>
 #include <base/FlushToZero.h>
 #include <base/VirtualMainLoop.h>
 #include <meter/FileInput.h>
-#include <meter/LevelLog.h>
+#include <meter/MeasuredHub.h>
 #include <meter/MeterError.h>
 #include <meter/SoundFile.h>
-#include <platform/MemoryDefaultsStore.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 
 namespace velmor {
 
@@ -56,17 +55,10 @@ std::optional<Summary> measureFile(const Options& options, const std::function<b
 {
     SoundFile file(options.file);
     check(options, file);
-    LevelLog log(options.blocksPath, options.ticksPath);
-
     const Date start = options.start.value_or(std::chrono::system_clock::now());
     VirtualMainLoop loop(start);
     FileInput input(file);
-    MemoryDefaultsStore defaults;
-    AppState hub({loop, input, input, defaults, options.calendar}, options.calibrationOffset);
-    hub.doseCalculator.conservativeMode = options.conservative;
-    hub.deviceManager.selectDevice(FileInput::uid);
-    hub.deviceManager.selectedChannelIndex = options.channel - 1;
-    log.follow(loop, hub);
+    MeasuredHub measured(loop, input, input, options);
 
     Summary summary;
     summary.file = options.file;
@@ -76,13 +68,13 @@ std::optional<Summary> measureFile(const Options& options, const std::function<b
     summary.conservative = options.conservative;
 
     const FlushToZero flushToZero;
-    hub.audioService.start();
+    measured.start(FileInput::uid, std::filesystem::path(options.file).filename().native());
     while (const std::size_t frames = input.readBlock()) {
         summary.frames += static_cast<std::int64_t>(frames);
         loop.runBefore(start + duration(summary.frames, file.sampleRate()));
         input.deliverBlock();
         loop.runPosted();
-        if (log.blockCount() % blocksBetweenLooks == 0) {
+        if (measured.blockCount() % blocksBetweenLooks == 0) {
             const auto total = static_cast<double>(file.frameCount().value_or(0));
             const double share = total > 0 ? std::min(static_cast<double>(summary.frames) / total, 1.0) : 0;
             if (progress(share))
@@ -92,11 +84,7 @@ std::optional<Summary> measureFile(const Options& options, const std::function<b
     if (progress(1))
         return std::nullopt;
     loop.runUntil(start + tickAtOrAfter(duration(summary.frames, file.sampleRate())));
-
-    summary.blocks = log.blockCount();
-    summary.take(hub);
-    hub.audioService.stop();
-    log.commit();
+    measured.finish(summary);
     return summary;
 }
 

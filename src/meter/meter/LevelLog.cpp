@@ -5,18 +5,9 @@
 
 namespace velmor {
 
-namespace {
-
-std::unique_ptr<OutputFile> openedUnlessEmpty(const std::string& path)
-{
-    return path.empty() ? nullptr : std::make_unique<OutputFile>(path);
-}
-
-} // namespace
-
 LevelLog::LevelLog(const std::string& blocksPath, const std::string& ticksPath)
-    : m_blocks(openedUnlessEmpty(blocksPath))
-    , m_ticks(openedUnlessEmpty(ticksPath))
+    : m_blocks(OutputFile::openedUnlessEmpty(blocksPath))
+    , m_ticks(OutputFile::openedUnlessEmpty(ticksPath))
 {}
 
 void LevelLog::follow(MainLoop& loop, AppState& hub)

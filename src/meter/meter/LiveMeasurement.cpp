@@ -6,9 +6,8 @@
 #include <linux/PipeWireCapture.h>
 #include <linux/PipeWireGraph.h>
 #include <linux/PollMainLoop.h>
-#include <meter/LevelLog.h>
+#include <meter/MeasuredHub.h>
 #include <meter/MeterError.h>
-#include <platform/MemoryDefaultsStore.h>
 
 #include <fmt/format.h>
 
@@ -55,15 +54,10 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
     PollMainLoop loop;
     PipeWireGraph graph(loop);
     const int channelCount = checkInput(options, graph);
-    LevelLog log(options.blocksPath, options.ticksPath);
 
     PipeWireCapture capture(loop, graph);
-    MemoryDefaultsStore defaults;
-    AppState hub({loop, capture, graph, defaults, options.calendar}, options.calibrationOffset);
-    hub.doseCalculator.conservativeMode = options.conservative;
-    hub.deviceManager.selectDevice(options.device);
-    hub.deviceManager.selectedChannelIndex = options.channel - 1;
-    log.follow(loop, hub);
+    MeasuredHub measured(loop, capture, graph, options);
+    AppState& hub = measured.hub();
 
     Summary summary;
     summary.device = options.device;
@@ -73,11 +67,12 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
     summary.conservative = options.conservative;
 
     bool isLost = false;
-    hub.audioService.onDeviceDisconnected = [&] {
+    hub.audioService.onDeviceDisconnected = [&, endSession = hub.audioService.onDeviceDisconnected] {
+        endSession();
         isLost = true;
         loop.quit();
     };
-    hub.audioService.start();
+    measured.start(options.device, "Manual");
     if (!hub.audioService.isRunning)
         throw MeterError("capture could not be started");
     const Timer check = loop.every(checkIntervalSeconds, [&] {
@@ -91,14 +86,11 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
         throw MeterError(fmt::format("{}: the input device was disconnected", options.device));
     if (!hub.audioService.isRunning)
         throw MeterError("capture ended: the input can't be measured any more");
-    if (log.blockCount() == 0)
+    if (measured.blockCount() == 0)
         throw MeterError("the input delivered no sound");
 
-    summary.blocks = log.blockCount();
-    summary.frames = summary.blocks * std::int64_t(AudioMeasurementService::tapBlockFrames);
-    summary.take(hub);
-    hub.audioService.stop();
-    log.commit();
+    summary.frames = measured.blockCount() * std::int64_t(AudioMeasurementService::tapBlockFrames);
+    measured.finish(summary);
     return summary;
 }
 

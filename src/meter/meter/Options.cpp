@@ -7,8 +7,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 namespace velmor {
@@ -41,11 +43,13 @@ bool isSameFile(const std::string& a, const std::string& b)
 
 void checkPaths(const Options& options)
 {
-    for (const auto& [a, b] :
-         {std::pair(options.file, options.blocksPath), std::pair(options.file, options.ticksPath),
-          std::pair(options.blocksPath, options.ticksPath)}) {
-        if (isSameFile(a, b))
-            throw MeterError(fmt::format("{}: named twice, as two different files", b));
+    const std::array<const std::string*, 4> paths = {&options.file, &options.blocksPath, &options.ticksPath,
+                                                     &options.notificationsPath};
+    for (auto a = paths.begin(); a != paths.end(); ++a) {
+        for (auto b = std::next(a); b != paths.end(); ++b) {
+            if (isSameFile(**a, **b))
+                throw MeterError(fmt::format("{}: named twice, as two different files", **b));
+        }
     }
 }
 
@@ -85,6 +89,14 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
                    "Write one JSON object for each block of 1024 frames (- for standard output)");
     app.add_option("--ticks", options.ticksPath,
                    "Write one JSON object for each tick of 0.1 seconds (- for standard output)");
+    app.add_option("--notifications", options.notificationsPath,
+                   "Write one JSON object for each notification that the program would post (- for "
+                   "standard output)");
+    app.add_option("--name", options.name, "Name of the session (the file's name, Manual for a live input)");
+    app.add_option("--history", options.historyFolder,
+                   "Keep the session in the history of this folder, as the program would");
+    app.add_option("--target", options.target, "Reference level in dBA (79)");
+    app.add_option("--tolerance", options.tolerance, "Half the width of the reference band in dB (3)");
     file->excludes(live)->excludes(list);
     live->excludes(list);
 
@@ -102,7 +114,7 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
         if (option->count() > 0 && option->get_items_expected_max() > 0 && option->results().front().empty())
             throw MeterError(fmt::format("{}: given without a value", option->get_name()));
     }
-    for (std::string* path : {&options.blocksPath, &options.ticksPath}) {
+    for (std::string* path : {&options.blocksPath, &options.ticksPath, &options.notificationsPath}) {
         if (*path == "/dev/stdout")
             *path = "-";
     }
@@ -118,6 +130,11 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
         throw MeterError(fmt::format("no channel {}: channels are counted from 1", options.channel));
     if (!std::isfinite(options.calibrationOffset))
         throw MeterError("--offset: not a finite number");
+    for (const auto& [option, value] :
+         {std::pair("--target", options.target), std::pair("--tolerance", options.tolerance)}) {
+        if (value && !(*value > 0 && std::isfinite(*value)))
+            throw MeterError(fmt::format("{}: not a level above 0", option));
+    }
     if (!startText.empty()) {
         options.start = dateFromIsoText(startText);
         if (!options.start)

@@ -27,6 +27,11 @@ struct Options
     bool json = false;
     std::string blocksPath;
     std::string ticksPath;
+    std::string notificationsPath;
+    std::string name;                ///< Of the session; empty for its default.
+    std::string historyFolder;       ///< Empty for a session that is not kept.
+    std::optional<double> target;    ///< dBA, above 0; absent for the program's default.
+    std::optional<double> tolerance; ///< dB, above 0; absent for the program's default.
 };
 
 /// The command line was complete in itself, as --help is.

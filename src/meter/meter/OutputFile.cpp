@@ -44,6 +44,11 @@ OutputFile::OutputFile(const std::string& path)
     check();
 }
 
+std::unique_ptr<OutputFile> OutputFile::openedUnlessEmpty(const std::string& path)
+{
+    return path.empty() ? nullptr : std::make_unique<OutputFile>(path);
+}
+
 void OutputFile::writeLine(std::string_view text)
 {
     if (m_file) {

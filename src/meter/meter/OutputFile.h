@@ -19,6 +19,9 @@ public:
     /// \throws MeterError when it can't be written.
     explicit OutputFile(const std::string& path);
 
+    /// Nothing for an empty path. \throws MeterError
+    static std::unique_ptr<OutputFile> openedUnlessEmpty(const std::string& path);
+
     /// Writes the text and a line break. \throws MeterError
     void writeLine(std::string_view text);
 

@@ -2,6 +2,7 @@
 #include <meter/Summary.h>
 
 #include <base/JsonWriter.h>
+#include <sessions/SessionFormat.h>
 
 #include <fmt/format.h>
 
@@ -16,6 +17,11 @@ std::string clockText(double seconds)
 {
     const auto whole = static_cast<std::int64_t>(std::floor(seconds));
     return fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
+}
+
+std::string levelText(std::optional<double> level)
+{
+    return level ? fmt::format("{:.1f}", *level) : "—";
 }
 
 } // namespace
@@ -39,6 +45,12 @@ void Summary::take(const AppState& hub)
     peakCount137 = dose.peakCount137;
     peakCount140 = dose.peakCount140;
     peakDBACount115 = dose.peakDBACount115;
+    leq1min = hub.leqStatistics.leq1min;
+    leq10min = hub.leqStatistics.leq10min;
+    leq30min = hub.leqStatistics.leq30min;
+    l10 = hub.leqStatistics.l10;
+    l50 = hub.leqStatistics.l50;
+    l90 = hub.leqStatistics.l90;
 }
 
 std::string jsonText(const Summary& summary)
@@ -70,6 +82,22 @@ std::string jsonText(const Summary& summary)
     json.member("peakCount137", summary.peakCount137);
     json.member("peakCount140", summary.peakCount140);
     json.member("peakDBACount115", summary.peakDBACount115);
+    const auto memberIfKnown = [&json](std::string_view name, std::optional<double> value) {
+        if (value)
+            json.member(name, *value);
+    };
+    memberIfKnown("leq1min", summary.leq1min);
+    memberIfKnown("leq10min", summary.leq10min);
+    memberIfKnown("leq30min", summary.leq30min);
+    memberIfKnown("l10", summary.l10);
+    memberIfKnown("l50", summary.l50);
+    memberIfKnown("l90", summary.l90);
+    json.key("session");
+    json.beginObject();
+    writeSessionFields(json, summary.session);
+    json.member("readingCount", std::ssize(summary.session.readings));
+    memberIfKnown("onTargetPercentage", summary.session.onTargetPercentage());
+    json.endObject();
     json.endObject();
     return json.text().value() + "\n";
 }
@@ -93,9 +121,21 @@ std::string humanText(const Summary& summary)
     line("  {:<18}{:>8.1f} dBA{:>10.1f} dBC", "Peak at the end", summary.peakDBA, summary.peakDBC);
     line("  {:<18}{:>8}    {:>10.1f} dBC", "Highest peak", "", summary.todayPeakDBC);
     line("");
+    const Session& session = summary.session;
+    line("  {:<18}{:>8.1f} dBA", "Session average", session.averageSPL);
+    line("  {:<18}{:>8} dBA{:>10} dBA{:>10} dBA", "Leq 1, 10, 30 min", levelText(summary.leq1min),
+         levelText(summary.leq10min), levelText(summary.leq30min));
+    line("  {:<18}{:>8} dBA{:>10} dBA{:>10} dBA", "L10, L50, L90", levelText(summary.l10),
+         levelText(summary.l50), levelText(summary.l90));
+    line("");
     line("  {:<18}{:>8.2f} %    {}", "Dose", summary.dosePercentage, label(summary.doseLevel));
     line("  {:<18}{:>8.2f} %    at the end of 8 hours", "Projected dose", summary.projectedDoseAtEndOfDay);
     line("");
+    if (const auto onTarget = session.onTargetPercentage()) {
+        line("  {:<18}{:>8.1f} %    of the active time within {} dB of {} dBA", "On target", *onTarget,
+             session.monitoringTolerance, session.monitoringTarget);
+        line("");
+    }
     line("  {:<18}{:>8}      at or above 135 dBC", "Peaks", summary.peakCount135);
     line("  {:<18}{:>8}      at or above 137 dBC", "", summary.peakCount137);
     line("  {:<18}{:>8}      at or above 140 dBC", "", summary.peakCount140);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <app/AppState.h>
+#include <sessions/Session.h>
 
 #include <cstdint>
 #include <optional>
@@ -35,8 +36,15 @@ struct Summary
     std::int64_t peakCount137 = 0;
     std::int64_t peakCount140 = 0;
     std::int64_t peakDBACount115 = 0;
+    std::optional<double> leq1min; ///< dB, as the ones below; absent while not known.
+    std::optional<double> leq10min;
+    std::optional<double> leq30min;
+    std::optional<double> l10;
+    std::optional<double> l50;
+    std::optional<double> l90;
+    Session session; ///< As it is in the history.
 
-    /// Takes the hub's present figures.
+    /// Takes the hub's present figures, all but the session.
     void take(const AppState& hub);
 
     double durationSeconds() const { return sampleRate > 0 ? static_cast<double>(frames) / sampleRate : 0; }
