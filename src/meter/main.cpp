@@ -95,9 +95,12 @@ void print(const std::string& result)
         throw MeterError("standard output can't be written");
 }
 
-std::string textOf(const Options& options, const Summary& summary)
+/// The figures come first: they are there, also where the session could not be kept.
+void report(const Options& options, const Summary& summary)
 {
-    return options.json ? jsonText(summary) : humanText(summary);
+    print(options.json ? jsonText(summary) : humanText(summary));
+    if (!summary.isSessionKept)
+        throw MeterError(fmt::format("{}: the session could not be kept there", options.historyFolder));
 }
 
 int run(const Options& options)
@@ -108,7 +111,7 @@ int run(const Options& options)
         return EXIT_SUCCESS;
     case Options::Task::measureLive:
         setPrintedLines(PrintedLines::onStandardError);
-        print(textOf(options, measureLive(options, interrupted)));
+        report(options, measureLive(options, interrupted));
         return EXIT_SUCCESS;
     case Options::Task::measureFile:
         break;
@@ -122,7 +125,7 @@ int run(const Options& options)
     if (!summary)
         return interruptedStatus;
     bar.clear();
-    print(textOf(options, *summary));
+    report(options, *summary);
     return EXIT_SUCCESS;
 }
 

@@ -101,5 +101,63 @@ TEST_F(VirtualMainLoopTest, ABellThatRingsRunsItsTaskAndNotAfterItIsGone)
     EXPECT_THAT(events, ElementsAre("ring"));
 }
 
+TEST_F(VirtualMainLoopTest, AClockTimerRunsOnceWhenTheClockShowsItsMoment)
+{
+    const Timer timer = loop.at(start + 2s, note("midnight"));
+    loop.runUntil(start + 1999ms);
+    EXPECT_TRUE(events.empty());
+    loop.runUntil(start + 2s);
+    EXPECT_THAT(events, ElementsAre("midnight"));
+    loop.runFor(10);
+    EXPECT_EQ(events.size(), 1U);
+}
+
+TEST_F(VirtualMainLoopTest, AClockTimerEndsWithItsHandle)
+{
+    Timer timer = loop.at(start + 2s, note("midnight"));
+    timer.reset();
+    loop.runFor(10);
+    EXPECT_TRUE(events.empty());
+}
+
+TEST_F(VirtualMainLoopTest, AClockThatIsSetMovesClockTimersAndNoOthers)
+{
+    const Timer midnight = loop.at(start + 100s, note("midnight"));
+    const Timer tick = loop.every(3, note("tick"));
+    loop.after(5, note("later"));
+    loop.runFor(1);
+    loop.setClock(start + 200s);
+    loop.runFor(1);
+    EXPECT_THAT(events, ElementsAre("midnight"));
+    loop.setClock(start - 1000s);
+    loop.runFor(1);
+    EXPECT_THAT(events, ElementsAre("midnight", "tick"));
+    loop.runFor(2);
+    EXPECT_THAT(events, ElementsAre("midnight", "tick", "later"));
+    EXPECT_EQ(loop.now(), start - 997s);
+}
+
+TEST_F(VirtualMainLoopTest, AClockThatGoesBackKeepsAClockTimerWaiting)
+{
+    const Timer midnight = loop.at(start + 10s, note("midnight"));
+    loop.setClock(start - 10s);
+    loop.runFor(15);
+    EXPECT_TRUE(events.empty());
+    loop.runFor(5);
+    EXPECT_THAT(events, ElementsAre("midnight"));
+}
+
+TEST_F(VirtualMainLoopTest, AClockTimerCanArmItselfAnew)
+{
+    Timer timer;
+    std::function<void()> fire = [&] {
+        events.push_back("midnight");
+        timer = loop.at(loop.now() + 5s, fire);
+    };
+    timer = loop.at(start + 5s, fire);
+    loop.runFor(15);
+    EXPECT_THAT(events, ElementsAre("midnight", "midnight", "midnight"));
+}
+
 } // namespace
 } // namespace velmor

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -117,6 +118,34 @@ TEST(PollMainLoop, TheClockIsTheWallClock)
     const PollMainLoop loop;
     const auto difference = secondsBetween(loop.now(), std::chrono::system_clock::now());
     EXPECT_NEAR(difference, 0, 5);
+}
+
+TEST(PollMainLoop, AClockTimerRunsWhenTheClockShowsItsMoment)
+{
+    PollMainLoop loop;
+    const Date moment = loop.now() + std::chrono::milliseconds(30);
+    std::optional<Date> fired;
+    const Timer timer = loop.at(moment, [&] {
+        fired = loop.now();
+        loop.quit();
+    });
+    Timer calledOff = loop.at(moment, [&] { ADD_FAILURE() << "this one was called off"; });
+    calledOff.reset();
+    loop.run();
+    EXPECT_GE(fired, moment);
+}
+
+TEST(PollMainLoop, AClockTimerOfThePastRunsAtOnceAndAmongOtherTimers)
+{
+    PollMainLoop loop;
+    int ticks = 0;
+    bool isLate = false;
+    const Timer tick = loop.every(0.002, [&] { ++ticks; });
+    const Timer timer = loop.at(loop.now() - std::chrono::hours(1), [&] { isLate = true; });
+    loop.after(0.05, [&] { loop.quit(); });
+    loop.run();
+    EXPECT_TRUE(isLate);
+    EXPECT_GT(ticks, 5);
 }
 
 } // namespace

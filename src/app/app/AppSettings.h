@@ -7,9 +7,9 @@
 #include <platform/DefaultsStore.h>
 #include <sessions/SessionRetention.h>
 
+#include <cmath>
 #include <cstdint>
 #include <string>
-#include <tuple>
 
 namespace velmor {
 
@@ -23,8 +23,8 @@ inline bool isAtLeastOneDay(const std::int64_t& days)
 
 inline const SettingRow<std::string> selectedDeviceUID{"selectedDeviceUID", ""};
 /// A stored 0 means that there is none.
-inline const SettingRow<double> calibrationOffset{"calibrationOffset", 94.0,
-                                                  [](const double& offset) { return offset != 0; }};
+inline const SettingRow<double> calibrationOffset{
+    "calibrationOffset", 94.0, [](const double& offset) { return offset != 0 && std::isfinite(offset); }};
 inline const SettingRow<bool> conservativeDoseMode{"conservativeDoseMode", false};
 inline const SettingRow<bool> peakMonitoringEnabled{"peakMonitoringEnabled", true};
 inline const SettingRow<bool> autoStartSessions{"autoStartSessions", true};
@@ -42,8 +42,8 @@ inline const SettingRow<double> menuBarColorRedAt{"menuBarColorRedAt", 95.0};
 inline const SettingRow<bool> menuBarUseClassicEarIcon{"menuBarUseClassicEarIcon", false};
 inline const SettingRow<std::int64_t> sessionDetailedRetentionDays{
     detailedRetention.key, detailedRetention.defaultDays, isAtLeastOneDay};
-inline const SettingRow<std::int64_t> sessionTotalRetentionDays{
-    totalRetention.key, totalRetention.defaultDays, isAtLeastOneDay};
+inline const SettingRow<std::int64_t> sessionTotalRetentionDays{totalRetention.key,
+                                                                totalRetention.defaultDays, isAtLeastOneDay};
 inline const SettingRow<bool> panelShowsDose{"panelShowsDose", true};
 inline const SettingRow<bool> panelShowsCurrentSPL{"panelShowsCurrentSPL", true};
 inline const SettingRow<bool> panelShowsDiscipline{"panelShowsDiscipline", true};

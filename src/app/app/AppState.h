@@ -52,7 +52,8 @@ struct FocusPreEnableSessionState
 
 /// Owns the services, wires them, and runs the measurement loop. The services don't know one another:
 /// data moves between them here. Whoever shows the program's state observes this object alone: it
-/// announces each change of its services, once in a turn of the loop. Main thread.
+/// announces each change of its services but the statistics, which change with every tick anyway, once in
+/// a turn of the loop. Main thread.
 class AppState final : public ObservableObject
 {
 public:
@@ -82,7 +83,8 @@ public:
     /// The band that the interface shows.
     DoseLevel displayDoseLevel() const;
 
-    /// The day's time in the zones, over the finished sessions and the running one.
+    /// The day's time in the zones, over the finished sessions and what the tracker holds: that is the
+    /// running session, and after its end the last one for as long as no other begins.
     ReferenceLevelTracker::DailySummary todaysMonitoringDiscipline() const;
 
     /// Ticks with live measurement since the start of the program.
@@ -133,6 +135,7 @@ private:
     void reconcileDose();
 
     void startSPLFeed();
+    void followClock();
     void tick();
     void startReadingSampler();
     void sampleReading();
@@ -144,6 +147,7 @@ private:
     LoginItem& m_loginItem;
     std::optional<FocusPreEnableSessionState> m_focusPreEnableSessionState;
     std::int64_t m_splTickCounter = 0;
+    Date m_lastTickTime;
     Timer m_splUpdateTimer;
     Timer m_readingSampleTimer;
     Timer m_midnightResetTimer;

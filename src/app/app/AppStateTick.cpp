@@ -13,7 +13,21 @@ constexpr double readingSampleIntervalSeconds = 10.0;
 
 void AppState::startSPLFeed()
 {
-    m_splUpdateTimer = m_loop.every(tickIntervalSeconds, [this] { tick(); });
+    m_lastTickTime = m_loop.now();
+    m_splUpdateTimer = m_loop.every(tickIntervalSeconds, [this] {
+        followClock();
+        tick();
+    });
+}
+
+// The timer for midnight waits for a moment of the wall clock. When that is set back another midnight is
+// the next one: after a start with a clock far ahead the day would never end.
+void AppState::followClock()
+{
+    const Date now = m_loop.now();
+    if (now < m_lastTickTime)
+        scheduleMidnightReset();
+    m_lastTickTime = now;
 }
 
 // The peaks are those of the last block only. A peak in an earlier block since the tick before is not

@@ -39,7 +39,7 @@ constexpr std::array<DoseTexts, 4> doseTexts = {{
 
 InterruptionLevel levelIf(bool timeSensitive)
 {
-    return timeSensitive ? InterruptionLevel::timeSensitive : InterruptionLevel::active;
+    return timeSensitive ? InterruptionLevel::timeSensitive : InterruptionLevel::standard;
 }
 
 /// Seconds since 1970 in the shortest form that reads back the same, always with a fraction: makes an
@@ -64,14 +64,10 @@ std::vector<NotificationCategory> NotificationContent::categories()
     const NotificationAction destructiveSnooze{snoozeAction, "Snooze 30 min", Kind::destructive};
     const NotificationAction share{shareReportAction, "Share Report…", Kind::foreground};
     return {
-        {"SESSION_ALERT", {snooze}},
-        {"dose-danger", {destructiveSnooze}},
-        {"PEAK_ALERT", {snooze}},
-        {"INSTANTANEOUS_PEAK_ALERT", {snooze}},
-        {"SESSION_RECAP", {share}},
-        {"SUSTAINED_SPL", {snooze}},
-        {"DEVICE_DISCONNECTED", {}},
-        {driftCategory, {snooze}},
+        {"SESSION_ALERT", {snooze}},   {"dose-danger", {destructiveSnooze}},
+        {"PEAK_ALERT", {snooze}},      {"INSTANTANEOUS_PEAK_ALERT", {snooze}},
+        {"SESSION_RECAP", {share}},    {"SUSTAINED_SPL", {snooze}},
+        {"DEVICE_DISCONNECTED", {}},   {driftCategory, {snooze}},
         {offTargetCategory, {snooze}},
     };
 }
@@ -100,9 +96,10 @@ NotificationRequest NotificationContent::impulsePeak(double peakDBC, bool timeSe
     request.interruptionLevel = levelIf(timeSensitive);
     if (peakDBC >= 140.0) {
         request.title = fmt::format("🔴 Impulse Peak: {:.0f} dBC", peakDBC);
-        request.body = "Turn down your monitoring level now. At 140 dBC, a single impulse can cause permanent "
-                       "mechanical damage to hair cells. Pull back the offending element or lower your "
-                       "monitor trim.";
+        request.body =
+            "Turn down your monitoring level now. At 140 dBC, a single impulse can cause permanent "
+            "mechanical damage to hair cells. Pull back the offending element or lower your "
+            "monitor trim.";
         request.sound = NotificationSound::critical;
     } else if (peakDBC >= 137.0) {
         request.title = fmt::format("🔶 Impulse Peak: {:.0f} dBC", peakDBC);
@@ -111,9 +108,10 @@ NotificationRequest NotificationContent::impulsePeak(double peakDBC, bool timeSe
                        "dose won't capture.";
     } else {
         request.title = fmt::format("⚠️ Impulse Peak: {:.0f} dBC", peakDBC);
-        request.body = "A loud transient just hit 135+ dBC. If this keeps recurring, the source element may be "
-                       "uncontrolled — consider a limiter on that bus, or nudge your monitor trim down a "
-                       "couple of dB.";
+        request.body =
+            "A loud transient just hit 135+ dBC. If this keeps recurring, the source element may be "
+            "uncontrolled — consider a limiter on that bus, or nudge your monitor trim down a "
+            "couple of dB.";
     }
     return request;
 }
@@ -144,17 +142,19 @@ NotificationRequest NotificationContent::sustainedExposure(double spl, double al
     request.title = fmt::format("🔊 Sustained {:.0f} dBA — 10 min", spl);
     request.interruptionLevel = levelIf(timeSensitive);
     if (minutesLeft > 60) {
-        request.body = fmt::format("You've been at {:.0f} dBA for 10 minutes. ~{:.1f} hrs of safe listening left "
-                                   "today. Lowering by 6 dB gives you 4× more time.",
-                                   spl, static_cast<double>(minutesLeft) / 60.0);
+        request.body =
+            fmt::format("You've been at {:.0f} dBA for 10 minutes. ~{:.1f} hrs of safe listening left "
+                        "today. Lowering by 6 dB gives you 4× more time.",
+                        spl, static_cast<double>(minutesLeft) / 60.0);
     } else if (minutesLeft >= 1) {
         request.body = fmt::format("You've been at {:.0f} dBA for 10 minutes. Only ~{} min of safe listening "
                                    "left today — consider a break or lower your monitors.",
                                    spl, minutesLeft);
     } else {
-        request.body = fmt::format("You've been at {:.0f} dBA for 10 minutes and your daily dose is nearly used "
-                                   "up. Rest your ears now.",
-                                   spl);
+        request.body =
+            fmt::format("You've been at {:.0f} dBA for 10 minutes and your daily dose is nearly used "
+                        "up. Rest your ears now.",
+                        spl);
     }
     return request;
 }
@@ -179,10 +179,10 @@ NotificationRequest NotificationContent::offTarget(const OffTargetAlertContext& 
     request.identifier = "monitoring-offtarget-" + stamp(now);
     request.categoryIdentifier = offTargetCategory;
     request.title = fmt::format("Monitoring {} target", direction);
-    request.body = fmt::format("You've been monitoring {} your {:.0f} dBA target for the last {} minutes. "
-                               "Drift, fatigue, or intentional?",
-                               direction, context.targetDBA,
-                               static_cast<std::int64_t>(context.windowSec / 60.0));
+    request.body =
+        fmt::format("You've been monitoring {} your {:.0f} dBA target for the last {} minutes. "
+                    "Drift, fatigue, or intentional?",
+                    direction, context.targetDBA, static_cast<std::int64_t>(context.windowSec / 60.0));
     return request;
 }
 
@@ -193,9 +193,10 @@ NotificationRequest NotificationContent::sessionRecap(double sessionDose, double
     request.identifier = "session-recap-" + stamp(now);
     request.categoryIdentifier = "SESSION_RECAP";
     request.title = "Session complete";
-    request.body = fmt::format("This session used {:.1f}% of your daily dose. Running total: {:.1f}% - {:.1f}% "
-                               "remaining today.",
-                               sessionDose, totalDose, std::max(0.0, 100.0 - totalDose));
+    request.body =
+        fmt::format("This session used {:.1f}% of your daily dose. Running total: {:.1f}% - {:.1f}% "
+                    "remaining today.",
+                    sessionDose, totalDose, std::max(0.0, 100.0 - totalDose));
     if (sessionID)
         request.userInfo[sessionIDKey] = uuidText(*sessionID);
     return request;
@@ -207,8 +208,9 @@ NotificationRequest NotificationContent::deviceDisconnected()
     request.identifier = "device-disconnected";
     request.categoryIdentifier = "DEVICE_DISCONNECTED";
     request.title = "Microphone Disconnected";
-    request.body = "Measurement stopped. If you reconnect a different device or adjust input gain, recalibrate "
-                   "before resuming — your calibration offset is device-specific.";
+    request.body =
+        "Measurement stopped. If you reconnect a different device or adjust input gain, recalibrate "
+        "before resuming — your calibration offset is device-specific.";
     request.interruptionLevel = InterruptionLevel::timeSensitive;
     return request;
 }

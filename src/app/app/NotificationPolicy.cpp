@@ -14,15 +14,17 @@ constexpr double sustainedLevelDBA = 90.0;
 constexpr double sustainedSeconds = 600.0;
 constexpr double leastRecapDose = 0.1; ///< Percent.
 
+/// Whether the last time was less than so many seconds ago. One that lies ahead is none: the clock was
+/// set back since.
 bool isWithin(double seconds, const std::optional<Date>& last, Date now)
 {
-    return last && secondsBetween(*last, now) < seconds;
+    return last && *last <= now && secondsBetween(*last, now) < seconds;
 }
 
 } // namespace
 
-NotificationPolicy::NotificationPolicy(MainLoop& loop, NotificationCenter& center, const AppSettings& settings,
-                                       const DoseCalculator& doseCalculator,
+NotificationPolicy::NotificationPolicy(MainLoop& loop, NotificationCenter& center,
+                                       const AppSettings& settings, const DoseCalculator& doseCalculator,
                                        MonitoringAlertDetector& alertDetector)
     : m_loop(loop)
     , m_center(center)
@@ -77,12 +79,13 @@ void NotificationPolicy::sendInstantaneousPeakNotification(double peakDB)
 
 void NotificationPolicy::checkSustainedExposure(double spl)
 {
-    if (spl < sustainedLevelDBA) {
+    if (!(spl >= sustainedLevelDBA)) {
         m_sustainedHighSPLStart.reset();
         return;
     }
     const Date now = m_loop.now();
-    if (!m_sustainedHighSPLStart) {
+    const bool isAhead = m_sustainedHighSPLStart > now; // The clock was set back.
+    if (!m_sustainedHighSPLStart || isAhead) {
         m_sustainedHighSPLStart = now;
         return;
     }
@@ -134,7 +137,8 @@ NotificationPresentation NotificationPolicy::presentationInFront() const
     return {.banner = true, .sound = true};
 }
 
-void NotificationPolicy::respond(const NotificationResponse& response, const std::function<void()>& completion)
+void NotificationPolicy::respond(const NotificationResponse& response,
+                                 const std::function<void()>& completion)
 {
     if (response.actionIdentifier == NotificationContent::snoozeAction)
         snoozeCategory(response.categoryIdentifier);

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <chrono>
 #include <random>
 #include <utility>
 
@@ -17,6 +18,8 @@ namespace {
 
 constexpr std::size_t bufferCapacity = 65536;
 constexpr int attemptsForAFreeName = 100;
+constexpr std::string_view temporaryPrefix = ".velmor-";
+constexpr std::string_view temporarySuffix = ".tmp";
 
 /// Repeats a system call for as long as a signal interrupts it.
 template <typename Call>
@@ -55,7 +58,7 @@ AtomicFile::AtomicFile(const std::filesystem::path& target)
 
     std::random_device random;
     for (int attempt = 0; attempt < attemptsForAFreeName && m_file < 0; ++attempt) {
-        m_temporaryName = fmt::format(".velmor-{:08x}.tmp", random());
+        m_temporaryName = fmt::format("{}{:08x}{}", temporaryPrefix, random(), temporarySuffix);
         m_file = uninterrupted([&] {
             return ::openat(m_folder, m_temporaryName.c_str(),
                             O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
@@ -113,6 +116,20 @@ bool AtomicFile::commit()
         return false;
     }
     return true;
+}
+
+void AtomicFile::removeLeftovers(const std::filesystem::path& folder)
+{
+    const auto limit = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().native();
+        std::error_code ignored;
+        if (name.starts_with(temporaryPrefix) && name.ends_with(temporarySuffix) &&
+            entry->last_write_time(ignored) < limit && !ignored)
+            std::filesystem::remove(entry->path(), ignored);
+    }
 }
 
 void AtomicFile::flush()

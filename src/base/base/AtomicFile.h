@@ -35,6 +35,10 @@ public:
     /// The first failure so far; false-like when there was none.
     std::error_code error() const { return m_error; }
 
+    /// Removes what writers that were killed have left in a folder: temporary files that nobody has
+    /// written to for an hour.
+    static void removeLeftovers(const std::filesystem::path& folder);
+
 private:
     void flush();
     void failWithErrno();

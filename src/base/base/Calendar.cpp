@@ -3,8 +3,10 @@
 
 #include <date/tz.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
+#include <string_view>
 
 namespace velmor {
 
@@ -23,7 +25,10 @@ Calendar::Calendar(const date::time_zone& zone)
 Calendar Calendar::current()
 {
     // Read once at start-up, before any other thread exists.
-    if (const char* wanted = std::getenv("TZ")) {
+    if (const char* variable = std::getenv("TZ")) {
+        // A colon before the name is allowed, and no name at all is UTC.
+        const std::string_view named = *variable == ':' ? variable + 1 : variable;
+        const std::string_view wanted = named.empty() ? "UTC" : named;
         if (const auto calendar = inZone(wanted))
             return *calendar;
     }
@@ -45,7 +50,11 @@ std::optional<Calendar> Calendar::inZone(std::string_view name)
 
 bool Calendar::isSameDay(Date a, Date b) const
 {
-    return date::floor<date::days>(m_zone->to_local(a)) == date::floor<date::days>(m_zone->to_local(b));
+    const auto dayOf = [this](Date date) {
+        const Date inReach = std::clamp(date, earliestLocal, latestLocal);
+        return date::floor<date::days>(m_zone->to_local(inReach));
+    };
+    return dayOf(a) == dayOf(b);
 }
 
 std::optional<Date> Calendar::nextMidnight(Date after) const

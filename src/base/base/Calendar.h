@@ -18,8 +18,8 @@ namespace velmor {
 class Calendar
 {
 public:
-    /// The zone that the system is set to: `TZ` where it names a zone, else the system's setting,
-    /// else UTC.
+    /// The zone that the system is set to: `TZ` where it names a zone, else the system's setting, else
+    /// UTC.
     static Calendar current();
 
     /// Absent if the time zone database has no zone of that name ("Europe/Berlin", "UTC").

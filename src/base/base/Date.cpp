@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <cstdint>
 
 namespace velmor {
 
@@ -11,7 +12,13 @@ namespace chrono = std::chrono;
 
 double secondsBetween(Date from, Date to)
 {
-    return static_cast<double>((to - from).count()) / 1e9;
+    std::int64_t nanoseconds = 0;
+    const bool isTooFar =
+        __builtin_sub_overflow(to.time_since_epoch().count(), from.time_since_epoch().count(), &nanoseconds);
+    if (isTooFar) // More than 292 years.
+        return static_cast<double>(to.time_since_epoch().count()) / 1e9 -
+               static_cast<double>(from.time_since_epoch().count()) / 1e9;
+    return static_cast<double>(nanoseconds) / 1e9;
 }
 
 chrono::nanoseconds nanosecondsFrom(double seconds)

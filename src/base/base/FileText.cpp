@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,6 +15,26 @@ namespace velmor {
 namespace {
 
 constexpr std::size_t bytesPerCall = 1 << 20;
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int descriptor)
+        : m_descriptor(descriptor)
+    {}
+    ~Descriptor()
+    {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
 
 /// \return false with errno set.
 bool read(int descriptor, std::string& text, std::size_t spareCapacity)
@@ -44,15 +66,18 @@ std::string fileText(const std::filesystem::path& file, std::error_code& error, 
 {
     error.clear();
     std::string text;
-    // A pipe must not keep us waiting for its writer.
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0 || !read(descriptor, text, spareCapacity)) {
+    try {
+        // A pipe must not keep us waiting for its writer.
+        const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        if (descriptor.get() >= 0 && read(descriptor.get(), text, spareCapacity))
+            return text;
         error = std::error_code(errno, std::generic_category());
-        text.clear();
+    } catch (const std::bad_alloc&) {
+        error = std::make_error_code(std::errc::file_too_large);
+    } catch (const std::length_error&) {
+        error = std::make_error_code(std::errc::file_too_large);
     }
-    if (descriptor >= 0)
-        ::close(descriptor);
-    return text;
+    return {};
 }
 
 } // namespace velmor

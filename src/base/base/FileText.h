@@ -11,6 +11,7 @@ namespace velmor {
 /// Reads a whole regular file.
 /// \param error why it couldn't be read, then the text is empty; false-like where it could.
 /// \param spareCapacity room for so many bytes beyond the text, for readers that look ahead.
-std::string fileText(const std::filesystem::path& file, std::error_code& error, std::size_t spareCapacity = 0);
+std::string fileText(const std::filesystem::path& file, std::error_code& error,
+                     std::size_t spareCapacity = 0);
 
 } // namespace velmor

@@ -44,7 +44,8 @@ private:
 };
 
 /// A value that announces each assignment, of an equal value too: first to its own subscribers, then
-/// through the common change signal of the object that it belongs to.
+/// through the common change signal of the object that it belongs to. Subscribers run in the middle of
+/// what assigns: one that wants to act on the services, not only to look, posts to the main loop.
 template <typename Value>
 class Published
 {

@@ -65,15 +65,15 @@ std::unique_ptr<Doorbell> VirtualMainLoop::doorbell(Task task)
 void VirtualMainLoop::runPosted()
 {
     while (true) {
+        std::vector<Task> tasks;
         {
             const std::lock_guard lock(m_postedMutex);
-            std::swap(m_posted, m_running);
+            std::swap(m_posted, tasks);
         }
-        if (m_running.empty())
+        if (tasks.empty())
             return;
-        for (const Task& task : m_running)
+        for (const Task& task : tasks)
             task();
-        m_running.clear();
     }
 }
 
@@ -106,7 +106,7 @@ void VirtualMainLoop::run(Date moment, bool inclusive)
         const auto clockWait =
             clockDue ? std::max(*clockDue - m_now.time_since_epoch(), TimerQueue::Moment(0)) : never;
         const auto step = std::min(wait, clockWait);
-        const auto left = moment - m_now;
+        const auto left = std::max<std::chrono::nanoseconds>(moment - m_now, TimerQueue::Moment(0));
         if (inclusive ? step > left : step >= left)
             break;
         m_now += step;

@@ -51,7 +51,6 @@ private:
 
     std::mutex m_postedMutex;
     std::vector<Task> m_posted;
-    std::vector<Task> m_running;
 };
 
 } // namespace velmor

@@ -70,6 +70,8 @@ void MonitoringAlertDetector::evaluateDrift(Date now, std::optional<double> roll
 {
     if (m_driftFiredThisSession || isBefore(now, m_driftSnoozedUntil))
         return;
+    if (!m_sessionStart)
+        return;
     const double elapsed = secondsBetween(*m_sessionStart, now);
     if (!m_driftBaselineDBA) {
         if (elapsed >= baselineAfterSeconds && rolling30)
@@ -104,7 +106,8 @@ void MonitoringAlertDetector::evaluateOffTarget(Date now, double target)
 {
     if (m_offTargetFiredThisSession || isBefore(now, m_offTargetSnoozedUntil))
         return;
-    if (secondsBetween(*m_sessionStart, now) < settings.get().offTargetWindowSec)
+    // A drift alert's callback may have ended the session.
+    if (!m_sessionStart || secondsBetween(*m_sessionStart, now) < settings.get().offTargetWindowSec)
         return;
     if (m_offTargetBuffer.empty())
         return;

@@ -47,7 +47,10 @@ public:
         std::set<double> distinctTargets;
 
         double activeSec() const { return secondsUnder + secondsOnTarget + secondsOver; }
-        std::optional<double> onTargetPercentage() const { return onTargetShare(secondsOnTarget, activeSec()); }
+        std::optional<double> onTargetPercentage() const
+        {
+            return onTargetShare(secondsOnTarget, activeSec());
+        }
         bool hasSingleTarget() const { return distinctTargets.size() == 1; }
     };
 

@@ -34,7 +34,8 @@ LeqStatisticsService::LeqStatisticsService(double rateHz)
     , m_maxSamples(readingsIn(1800.0, rateHz))
     , m_energies(static_cast<std::size_t>(m_maxSamples))
     , m_levels(static_cast<std::size_t>(m_maxSamples))
-    , m_sortedLevels(static_cast<std::size_t>(m_maxSamples))
+    , m_sortedLevels(static_cast<std::size_t>(m_maxSamples),
+                     static_cast<std::size_t>(std::max(m_minute, m_lnThrottle)))
     , m_tenMinutes(readingsIn(600.0, rateHz))
     , m_minuteSum(static_cast<std::size_t>(m_minute))
     , m_tenMinuteSum(static_cast<std::size_t>(m_tenMinutes))
@@ -50,9 +51,13 @@ void LeqStatisticsService::addReading(double reading)
     m_energies.add(energyOfLevel(reading));
     ++m_tickCount;
 
-    leq1min = level(m_minuteSum.add(m_energies), m_minute);
-    leq10min = level(m_tenMinuteSum.add(m_energies), m_tenMinutes);
-    leq30min = level(m_thirtyMinuteSum.add(m_energies), m_maxSamples);
+    // All is computed before anything is announced: an observer may call back.
+    const auto minuteLevel = level(m_minuteSum.add(m_energies), m_minute);
+    const auto tenMinuteLevel = level(m_tenMinuteSum.add(m_energies), m_tenMinutes);
+    const auto thirtyMinuteLevel = level(m_thirtyMinuteSum.add(m_energies), m_maxSamples);
+    leq1min = minuteLevel;
+    leq10min = tenMinuteLevel;
+    leq30min = thirtyMinuteLevel;
     if (m_tickCount % m_lnThrottle == 0)
         updatePercentileLevels();
 }
@@ -69,9 +74,12 @@ void LeqStatisticsService::updatePercentileLevels()
     const auto exceededFor = [&](double fraction) {
         return m_sortedLevels[static_cast<std::size_t>(percentileIndex(fraction, count))];
     };
-    l10 = exceededFor(0.1);
-    l50 = exceededFor(0.5);
-    l90 = exceededFor(0.9);
+    const double exceededForTenth = exceededFor(0.1);
+    const double exceededForHalf = exceededFor(0.5);
+    const double exceededForNineTenths = exceededFor(0.9);
+    l10 = exceededForTenth;
+    l50 = exceededForHalf;
+    l90 = exceededForNineTenths;
 }
 
 void LeqStatisticsService::reset()

@@ -37,9 +37,9 @@ public:
 private:
     void updatePercentileLevels();
 
-    std::int64_t m_minute;      ///< Readings in a minute.
-    std::int64_t m_lnThrottle;  ///< Readings from one update of the percentile levels to the next.
-    std::int64_t m_maxSamples;  ///< Readings in thirty minutes, the most that are kept.
+    std::int64_t m_minute;     ///< Readings in a minute.
+    std::int64_t m_lnThrottle; ///< Readings from one update of the percentile levels to the next.
+    std::int64_t m_maxSamples; ///< Readings in thirty minutes, the most that are kept.
     std::int64_t m_tickCount = 0;
     ReadingRing m_energies;
     ReadingRing m_levels;

@@ -23,9 +23,11 @@ std::int64_t keyOf(double level)
 
 } // namespace
 
-SortedWindow::SortedWindow(std::size_t capacity)
+SortedWindow::SortedWindow(std::size_t capacity, std::size_t mostChanges)
 {
-    m_keys.reserve(capacity);
+    m_keys.reserve(capacity + mostChanges); // What is added goes in before what is removed goes out.
+    m_added.reserve(mostChanges);
+    m_removed.reserve(mostChanges);
 }
 
 void SortedWindow::add(double level)

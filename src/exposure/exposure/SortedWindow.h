@@ -12,8 +12,10 @@ namespace velmor {
 class SortedWindow
 {
 public:
-    /// \param capacity the most levels there will be, for which it reserves its room.
-    explicit SortedWindow(std::size_t capacity);
+    /// Reserves its room.
+    /// \param capacity the most levels there will be.
+    /// \param mostChanges additions, and removals, that come together before a rank is asked for.
+    SortedWindow(std::size_t capacity, std::size_t mostChanges);
 
     void add(double level);
 
@@ -26,7 +28,8 @@ public:
     double operator[](std::size_t index);
 
 private:
-    /// Integers in the order of the levels, which is a total one also for values that are no numbers.
+    /// Integers in the order of the levels. It is a total one also for values that are no numbers, and
+    /// puts -0 before 0.
     using Key = std::int64_t;
 
     void insertAdded();

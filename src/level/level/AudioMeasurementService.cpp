@@ -97,6 +97,7 @@ void AudioMeasurementService::start()
 
 void AudioMeasurementService::stop()
 {
+    ++m_stopRequests;
     if (!isRunning)
         return;
     ++m_run;
@@ -129,7 +130,12 @@ void AudioMeasurementService::switchDevice()
     if (!isRunning)
         return;
     stop();
-    m_loop.after(deviceSwitchDelaySeconds, m_lifetime.guarded([this] { start(); }));
+    // Somebody who stops the capture meanwhile doesn't want it back: the microphone would stay open with
+    // nobody to close it.
+    m_loop.after(deviceSwitchDelaySeconds, m_lifetime.guarded([this, stopRequests = m_stopRequests] {
+        if (stopRequests == m_stopRequests)
+            start();
+    }));
 }
 
 void AudioMeasurementService::setRawSampleCallback(RawSampleCallback callback)

@@ -56,7 +56,8 @@ public:
     /// stopped.
     void stop();
 
-    /// Restarts a running capture 0.2 seconds later, on what the device manager has selected by then.
+    /// Restarts a running capture 0.2 seconds later, on what the device manager has selected by then; a
+    /// stop() in between calls that off.
     void switchDevice();
 
     /// Hands out the captured blocks before any correction or weighting, on the capture thread.
@@ -102,7 +103,8 @@ private:
     Ring<BlockReport> m_reports{1024};
     std::unique_ptr<Doorbell> m_reportBell;
 
-    std::uint64_t m_run = 0; ///< Counts the starts and stops.
+    std::uint64_t m_run = 0;          ///< Counts the starts and stops.
+    std::uint64_t m_stopRequests = 0; ///< Counts the calls of stop().
     std::uint64_t m_tooLongBlocks = 0;
     std::uint64_t m_lostSamples = 0;     ///< Of engines that are gone.
     std::uint64_t m_unusableSamples = 0; ///< Of engines that are gone.

@@ -82,9 +82,13 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
     if (options.seconds)
         loop.after(*options.seconds, [&] { loop.quit(); });
     loop.run();
+    // What was measured until something went wrong is kept.
+    const bool isBroken = isLost || !hub.audioService.isRunning;
+    if (isBroken && measured.blockCount() > 0)
+        measured.breakOff();
     if (isLost)
         throw MeterError(fmt::format("{}: the input device was disconnected", options.device));
-    if (!hub.audioService.isRunning)
+    if (isBroken)
         throw MeterError("capture ended: the input can't be measured any more");
     if (measured.blockCount() == 0)
         throw MeterError("the input delivered no sound");

@@ -1,19 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <meter/MeasuredHub.h>
 
-#include <meter/MeterError.h>
-#include <sessions/SessionJournal.h>
-
-#include <fmt/format.h>
-
 namespace velmor {
 
 namespace {
 
+/// The meter only adds to a history: it knows neither its owner's settings nor, at the clock of a file,
+/// the age of what is in it.
 SessionStorage storage(const Options& options)
 {
-    return options.historyFolder.empty() ? SessionStorage::nowhere()
-                                         : SessionStorage::inFolder(options.historyFolder);
+    return options.historyFolder.empty()
+               ? SessionStorage::nowhere()
+               : SessionStorage::inFolder(options.historyFolder, SessionStorage::Retention::none);
 }
 
 } // namespace
@@ -30,9 +28,7 @@ MeasuredHub::MeasuredHub(MainLoop& loop, AudioCapture& capture, const AudioHardw
 
 MeasuredHub::~MeasuredHub()
 {
-    const auto& session = m_hub.sessionManager.currentSession.get();
-    if (session && !m_options.historyFolder.empty())
-        SessionJournals::remove(m_options.historyFolder, session->id);
+    m_hub.sessionManager.discardSession();
 }
 
 void MeasuredHub::start(const std::string& deviceUID, const std::string& defaultName)
@@ -55,8 +51,18 @@ void MeasuredHub::finish(Summary& summary)
     summary.take(m_hub);
     m_hub.endSession();
     summary.session = m_hub.sessionManager.sessionHistory.get().front();
-    if (m_hub.sessionManager.hasUnsavedSessions())
-        throw MeterError(fmt::format("{}: the session could not be kept there", m_options.historyFolder));
+    summary.isSessionKept = !m_hub.sessionManager.hasUnsavedSessions();
+    commit();
+}
+
+void MeasuredHub::breakOff()
+{
+    m_hub.endSession();
+    commit();
+}
+
+void MeasuredHub::commit()
+{
     m_levels.commit();
     m_notifications.commit();
 }

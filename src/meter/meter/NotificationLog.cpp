@@ -28,7 +28,7 @@ void NotificationLog::add(const NotificationRequest& request)
     json.member("subtitle", std::string_view(request.subtitle));
     json.member("body", std::string_view(request.body));
     json.member("sound", std::string_view(isCritical ? "critical" : "default"));
-    json.member("interruptionLevel", std::string_view(isTimeSensitive ? "timeSensitive" : "active"));
+    json.member("interruptionLevel", std::string_view(isTimeSensitive ? "timeSensitive" : "default"));
     json.endObject();
     m_file->writeLine(json.text().value());
 }

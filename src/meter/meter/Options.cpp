@@ -43,12 +43,13 @@ bool isSameFile(const std::string& a, const std::string& b)
 
 void checkPaths(const Options& options)
 {
-    const std::array<const std::string*, 4> paths = {&options.file, &options.blocksPath, &options.ticksPath,
-                                                     &options.notificationsPath};
+    const std::string history = options.historyFolder.empty() ? "" : options.historyFolder + "/sessions.json";
+    const std::array<std::string, 5> paths = {history, options.file, options.blocksPath, options.ticksPath,
+                                              options.notificationsPath};
     for (auto a = paths.begin(); a != paths.end(); ++a) {
         for (auto b = std::next(a); b != paths.end(); ++b) {
-            if (isSameFile(**a, **b))
-                throw MeterError(fmt::format("{}: named twice, as two different files", **b));
+            if (isSameFile(*a, *b))
+                throw MeterError(fmt::format("{}: named twice, as two different files", *b));
         }
     }
 }

@@ -42,7 +42,8 @@ struct Summary
     std::optional<double> l10;
     std::optional<double> l50;
     std::optional<double> l90;
-    Session session; ///< As it is in the history.
+    Session session;           ///< As it is in the history.
+    bool isSessionKept = true; ///< False where the history could not be written.
 
     /// Takes the hub's present figures, all but the session.
     void take(const AppState& hub);

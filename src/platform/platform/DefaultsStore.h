@@ -3,6 +3,7 @@
 
 #include <base/Date.h>
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -45,10 +46,10 @@ public:
     }
 };
 
-/// The number if it is above 0, for settings to which 0 and less mean that they aren't there.
+/// The number if it is finite and above 0, for settings to which 0 and less mean that they aren't there.
 inline std::optional<double> aboveZero(std::optional<double> stored)
 {
-    return stored && *stored > 0 ? stored : std::nullopt;
+    return stored && *stored > 0 && std::isfinite(*stored) ? stored : std::nullopt;
 }
 
 } // namespace velmor

@@ -11,7 +11,7 @@ namespace velmor {
 
 /// How much a notification may intrude.
 enum class InterruptionLevel {
-    active,        ///< The ordinary one.
+    standard,      ///< The ordinary one.
     timeSensitive, ///< Shown also while the user doesn't want to be disturbed.
 };
 
@@ -50,7 +50,7 @@ struct NotificationRequest
     std::string subtitle; ///< Empty for none.
     std::string body;
     NotificationSound sound = NotificationSound::standard;
-    InterruptionLevel interruptionLevel = InterruptionLevel::active;
+    InterruptionLevel interruptionLevel = InterruptionLevel::standard;
     std::map<std::string, std::string> userInfo; ///< Comes back with the response.
 
     bool operator==(const NotificationRequest&) const = default;

@@ -20,14 +20,18 @@ bool holds(const std::filesystem::path& file, const std::string& text)
     return fileText(file, error) == text && !error;
 }
 
-/// Whether a copy of an earlier time is there.
-bool hasCopy(const std::filesystem::path& file, const std::string& text)
+/// Whether a copy of an earlier time is there, or a second name.
+/// \param text of the file; null where it can't be read.
+bool hasCopy(const std::filesystem::path& file, const std::string* text)
 {
     const std::string prefix = file.stem().native() + ".damaged-";
     std::error_code error;
     for (std::filesystem::directory_iterator entry(file.parent_path(), error), end; !error && entry != end;
          entry.increment(error)) {
-        if (entry->path().filename().native().starts_with(prefix) && holds(entry->path(), text))
+        std::error_code ignored;
+        const bool isCandidate = entry->path().filename().native().starts_with(prefix);
+        if (isCandidate && (std::filesystem::equivalent(entry->path(), file, ignored) ||
+                            (text && holds(entry->path(), *text))))
             return true;
     }
     return false;
@@ -51,10 +55,13 @@ std::filesystem::path nameOfCopy(const std::filesystem::path& file, Date now)
 std::error_code setDamagedHistoryAside(const std::filesystem::path& file, Date now)
 {
     std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error))
+    const auto status = std::filesystem::status(file, error);
+    if (status.type() == std::filesystem::file_type::none) // There may be a file, but it can't be seen.
+        return error;
+    if (!std::filesystem::is_regular_file(status))
         return {};
     const std::string text = fileText(file, error);
-    if (!error && hasCopy(file, text))
+    if (hasCopy(file, error ? nullptr : &text))
         return {};
 
     const auto copy = nameOfCopy(file, now);

@@ -29,11 +29,11 @@ struct Session
 {
     Uuid id = {};
     Date startDate;
-    std::optional<Date> endDate; ///< Absent while it runs.
-    std::string dawName;         ///< The workstation, or a label of whoever started it.
-    double averageSPL = 0;       ///< Energy mean of all A-weighted levels, dB.
-    double peakSPL = 0;          ///< Highest A-weighted level, dB.
-    double doseAccumulated = 0;  ///< Percent of the daily allowance; 0 until the session ends.
+    std::optional<Date> endDate;      ///< Absent while it runs.
+    std::string dawName;              ///< The workstation, or a label of whoever started it.
+    double averageSPL = 0;            ///< Energy mean of all A-weighted levels, dB.
+    double peakSPL = 0;               ///< Highest A-weighted level, dB.
+    double doseAccumulated = 0;       ///< Percent of the daily allowance; 0 until the session ends.
     std::vector<SPLReading> readings; ///< Oldest first.
     double peakDBC = 0;               ///< Highest C-weighted peak, dB.
 
@@ -54,10 +54,7 @@ struct Session
     /// Without the silent time.
     double activeMonitoringTimeSec() const { return timeUnderSec + timeOnTargetSec + timeOverSec; }
 
-    bool hasMonitoringDisciplineData() const
-    {
-        return monitoringTarget > 0 && activeMonitoringTimeSec() > 0;
-    }
+    bool hasMonitoringDisciplineData() const { return monitoringTarget > 0 && activeMonitoringTimeSec() > 0; }
 
     /// 0 to 100; absent below 30 seconds of active time. Doesn't look at the target.
     std::optional<double> onTargetPercentage() const;

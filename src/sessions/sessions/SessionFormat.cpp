@@ -5,7 +5,7 @@
 #include <simdjson.h>
 
 #include <array>
-#include <cstring>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -116,6 +116,13 @@ void checkValue(ondemand::value value, int depth)
     }
 }
 
+/// A text of unknown origin, for a line of output.
+std::string quoted(std::string_view text)
+{
+    constexpr std::size_t mostBytes = 60;
+    return fmt::format("{:?}", text.substr(0, mostBytes));
+}
+
 bool isNull(ondemand::value& value)
 {
     return ondemand::json_type(value.type()) == ondemand::json_type::null && value.is_null().value();
@@ -127,13 +134,16 @@ Date decodedDate(ondemand::value& value)
     constexpr std::size_t length = 20;
     const std::string_view token = value.raw_json_token();
     if (token.size() >= length + 2 && token[0] == '"' && token[length + 1] == '"') {
-        if (const auto date = dateFromIsoText(token.substr(1, length)))
+        if (const auto date = dateFromIsoText(token.substr(1, length))) {
+            // Takes the token as a value: skipped over it could be the key of a member.
+            (void)value.get_raw_json_string().value();
             return *date;
+        }
     }
     const std::string_view text = value.get_string();
     const auto date = dateFromIsoText(text);
     if (!date)
-        throw SessionFormatError(fmt::format("\"{}\" is no date", text));
+        throw SessionFormatError(quoted(text) + " is no date");
     return *date;
 }
 
@@ -142,7 +152,7 @@ Zone decodedZone(ondemand::value& value)
     const std::string_view text = value.get_string();
     const auto zone = zoneFromRaw(text);
     if (!zone)
-        throw SessionFormatError(fmt::format("\"{}\" is no zone", text));
+        throw SessionFormatError(quoted(text) + " is no zone");
     return *zone;
 }
 
@@ -185,7 +195,8 @@ bool decodeNumber(Session& session, std::string_view key, ondemand::value& value
         if (key != field.key)
             continue;
         session.*field.member = !field.isRequired && isNull(value) ? 0 : value.get_double().value();
-        requirements.meet(i);
+        if (field.isRequired)
+            requirements.meet(i);
         return true;
     }
     for (const CountField& field : countFields) {
@@ -200,8 +211,8 @@ bool decodeNumber(Session& session, std::string_view key, ondemand::value& value
 Session decodedSession(ondemand::object object, Readings readings)
 {
     // The required number fields come first, at their places in their own table.
-    constexpr std::array<std::string_view, 7> required = {
-        "averageSPL", "peakSPL", "doseAccumulated", "id", "startDate", "dawName", "readings"};
+    constexpr std::array<std::string_view, 7> required = {"averageSPL", "peakSPL", "doseAccumulated", "id",
+                                                          "startDate",  "dawName", "readings"};
     constexpr std::size_t firstOther = 3;
     Session session;
     Requirements requirements;
@@ -214,7 +225,7 @@ Session decodedSession(ondemand::object object, Readings readings)
             const std::string_view text = value.get_string();
             const auto id = uuidFromText(text);
             if (!id)
-                throw SessionFormatError(fmt::format("\"{}\" is no UUID", text));
+                throw SessionFormatError(quoted(text) + " is no UUID");
             session.id = *id;
             requirements.meet(firstOther);
         } else if (key == "startDate") {
@@ -248,8 +259,8 @@ SessionFormatError inSession(std::size_t number, const char* error)
 template <typename Function>
 auto parsed(std::string text, Function function)
 {
-    text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
     try {
+        text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
         ondemand::parser parser;
         ondemand::document document =
             parser.iterate(simdjson::padded_string_view(text.data(), text.size(), text.capacity()));
@@ -259,6 +270,8 @@ auto parsed(std::string text, Function function)
         return result;
     } catch (const simdjson::simdjson_error& error) {
         throw SessionFormatError(error.what());
+    } catch (const std::bad_alloc&) {
+        throw SessionFormatError("it is too large for the memory");
     }
 }
 

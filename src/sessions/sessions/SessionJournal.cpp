@@ -30,11 +30,6 @@ constexpr std::string_view namePrefix = "session-";
 constexpr std::string_view nameSuffix = ".journal";
 constexpr std::size_t checksumDigits = 8;
 
-std::filesystem::path journalFile(const std::filesystem::path& folder, const Uuid& id)
-{
-    return folder / fmt::format("{}{}{}", namePrefix, uuidText(id), nameSuffix);
-}
-
 std::uint32_t checksum(std::string_view text)
 {
     boost::crc_32_type crc;
@@ -72,7 +67,7 @@ bool isBeingWritten(const std::filesystem::path& file)
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
     if (descriptor < 0)
         return false;
-    const bool isLocked = ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    const bool isLocked = ::flock(descriptor, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
     ::close(descriptor);
     return isLocked;
 }
@@ -87,12 +82,12 @@ public:
     Disk(int file, int folder)
         : m_file(file)
         , m_folder(folder)
-        , m_thread([this](const std::stop_token& stop) { run(stop); })
-    {}
+    {
+        m_thread = std::jthread([this](const std::stop_token& stop) { run(stop); });
+    }
     ~Disk()
     {
-        m_thread.request_stop();
-        m_thread.join();
+        m_thread = {}; // Asks it to stop, and waits.
         if (m_folder >= 0)
             ::close(m_folder);
     }
@@ -121,8 +116,8 @@ private:
             }
             ::fdatasync(m_file);
             // A new file is only as durable as its name.
-            if (m_folder >= 0 && !std::exchange(isNamed, true))
-                ::fsync(m_folder);
+            if (m_folder >= 0 && !isNamed)
+                isNamed = ::fsync(m_folder) == 0;
         }
     }
 
@@ -135,16 +130,8 @@ private:
 };
 
 SessionJournal::SessionJournal(const std::filesystem::path& folder, const Uuid& id)
-{
-    m_file = ::open(journalFile(folder, id).c_str(),
-                    O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW, S_IRUSR | S_IWUSR);
-    if (m_file < 0) {
-        m_openError = errnoCode();
-        return;
-    }
-    ::flock(m_file, LOCK_EX | LOCK_NB);
-    m_disk = std::make_unique<Disk>(m_file, ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
+    : m_path(folder / fmt::format("{}{}{}", namePrefix, uuidText(id), nameSuffix))
+{}
 
 SessionJournal::~SessionJournal()
 {
@@ -153,21 +140,56 @@ SessionJournal::~SessionJournal()
         ::close(m_file);
 }
 
-std::error_code SessionJournal::append(const Session& state, const SPLReading* reading)
+std::error_code SessionJournal::open()
 {
-    if (m_openError)
-        return m_openError;
-    const auto json = encodedMoment(state, reading);
-    if (!json)
-        return std::make_error_code(std::errc::argument_out_of_domain);
-    // The line break comes first: a line that was cut off by a full disk doesn't spoil this one.
-    const std::string line = fmt::format("\n{:08x} {}", checksum(*json), *json);
-    const ssize_t written = ::write(m_file, line.data(), line.size());
-    if (written < 0)
+    m_file = ::open(m_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW,
+                    S_IRUSR | S_IWUSR);
+    if (m_file < 0)
         return errnoCode();
-    m_disk->takeUp();
-    if (static_cast<std::size_t>(written) < line.size())
-        return std::make_error_code(std::errc::no_space_on_device);
+    // Who looks for journals that were left holds it for a moment only.
+    ::flock(m_file, LOCK_EX);
+    m_size = ::lseek(m_file, 0, SEEK_END);
+    try {
+        m_disk = std::make_unique<Disk>(
+            m_file, ::open(m_path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    } catch (const std::system_error&) {
+        // Without another thread the system brings the file to the disk in its own time.
+    }
+    return {};
+}
+
+std::error_code SessionJournal::append(const Session& state)
+{
+    std::string lines;
+    const auto appendLine = [&](const SPLReading* reading) {
+        const auto json = encodedMoment(state, reading);
+        // The line break comes first: whatever lies before it, this line is one.
+        if (json)
+            lines += fmt::format("\n{:08x} {}", checksum(*json), *json);
+        return json.has_value();
+    };
+    bool isEncoded = true;
+    for (std::size_t i = m_writtenReadings; i < state.readings.size(); ++i)
+        isEncoded = appendLine(&state.readings[i]) && isEncoded;
+    if (m_writtenReadings >= state.readings.size())
+        isEncoded = appendLine(nullptr);
+    if (!isEncoded)
+        return std::make_error_code(std::errc::argument_out_of_domain);
+
+    if (m_file < 0) {
+        if (const auto error = open())
+            return error;
+    }
+    const ssize_t written = ::write(m_file, lines.data(), lines.size());
+    if (written != std::ssize(lines)) {
+        const auto error = written < 0 ? errnoCode() : std::make_error_code(std::errc::no_space_on_device);
+        [[maybe_unused]] const int truncated = ::ftruncate(m_file, m_size);
+        return error;
+    }
+    m_size += written;
+    m_writtenReadings = state.readings.size();
+    if (m_disk)
+        m_disk->takeUp();
     return {};
 }
 
@@ -213,21 +235,13 @@ std::vector<SessionJournals::Left> SessionJournals::leftIn(const std::filesystem
 void SessionJournals::setAside(const std::filesystem::path& file)
 {
     std::error_code error;
-    if (std::filesystem::file_size(file, error) == 0 && !error) {
-        std::filesystem::remove(file, error);
+    if (std::filesystem::file_size(file, error) == 0 || error)
         return;
-    }
     auto name = file;
     name += ".damaged";
     std::filesystem::rename(file, name, error);
     if (!error)
         printLine("A session's journal can't be read and is kept as {}", name.native());
-}
-
-void SessionJournals::remove(const std::filesystem::path& folder, const Uuid& id)
-{
-    std::error_code ignored;
-    std::filesystem::remove(journalFile(folder, id), ignored);
 }
 
 } // namespace velmor

@@ -4,13 +4,15 @@
 #include <base/Uuid.h>
 #include <sessions/Session.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <system_error>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace velmor {
 
@@ -21,23 +23,29 @@ namespace velmor {
 class SessionJournal
 {
 public:
-    /// Creates the session's journal in the folder, or takes up the one that is there.
+    /// The file comes with the first moment.
     SessionJournal(const std::filesystem::path& folder, const Uuid& id);
     ~SessionJournal();
     SessionJournal(const SessionJournal&) = delete;
     SessionJournal& operator=(const SessionJournal&) = delete;
 
-    /// Appends a moment. After a failure the next one is tried all the same.
-    /// \param state what the session would be if it ended here; its readings don't matter.
-    /// \param reading the one that was taken at this moment, if any.
+    /// Appends a moment, whole or not at all. What could not be written is tried again with the next
+    /// one.
+    /// \param state what the session would be if it ended here, with all its readings.
     /// \return why it could not be written; false-like where it could.
-    std::error_code append(const Session& state, const SPLReading* reading);
+    std::error_code append(const Session& state);
+
+    const std::filesystem::path& file() const { return m_path; }
 
 private:
     class Disk;
 
-    std::error_code m_openError;
+    std::error_code open();
+
+    std::filesystem::path m_path;
     int m_file = -1;
+    off_t m_size = 0; ///< Of what was written whole.
+    std::size_t m_writtenReadings = 0;
     std::unique_ptr<Disk> m_disk;
 };
 
@@ -59,12 +67,9 @@ std::vector<Left> leftIn(const std::filesystem::path& folder);
 /// What a journal's text tells; absent if no line of it can be read.
 std::optional<Session> sessionFrom(std::string_view text);
 
-/// Renames a journal that holds nothing that can be read, so that it is not looked at again; an empty
-/// one is removed.
+/// Renames a journal that holds nothing that can be read, so that it is not looked at again. An empty
+/// one is left: somebody may be about to write it.
 void setAside(const std::filesystem::path& file);
-
-/// Removes the journal of a session, if there is one.
-void remove(const std::filesystem::path& folder, const Uuid& id);
 
 } // namespace SessionJournals
 

@@ -63,6 +63,8 @@ SessionManager::SessionManager(MainLoop& loop, DefaultsStore& defaults, const Ca
     , m_storage(std::move(storage))
     , m_bundle(bundle)
 {
+    if (const auto folder = m_storage.folder())
+        AtomicFile::removeLeftovers(*folder);
     loadHistory();
     recoverSessions();
 }
@@ -80,7 +82,6 @@ void SessionManager::startSession(const std::string& dawName)
     // Nobody waits for this timer: the samples are pushed by the hub.
     m_readingSampleTimer = m_loop.every(readingSampleInterval, [] {});
 
-    m_journaledReadings = 0;
     if (const auto folder = m_storage.folder())
         m_journal = std::make_unique<SessionJournal>(*folder, currentSession.get()->id);
 }
@@ -91,14 +92,28 @@ void SessionManager::endSession(const DoseCalculator& doseCalculator,
     if (!currentSession.get())
         return;
     recordProgress(doseCalculator, disciplineSummary);
+    const auto journal = m_journal ? m_journal->file() : std::filesystem::path();
     m_journal.reset();
 
     Session session = *currentSession.get();
     finish(session, m_loop.now(), doseCalculator, disciplineSummary);
-    if (m_storage.folder())
-        m_unsavedSessions.push_back(session.id);
+    if (!m_storage.isMemory())
+        m_unsavedSessions.push_back({session.id, journal});
     sessionHistory.update([&](auto& history) { history.insert(history.begin(), std::move(session)); });
     saveHistory();
+    currentSession = std::nullopt;
+    m_readingSampleTimer.reset();
+}
+
+void SessionManager::discardSession()
+{
+    if (!currentSession.get())
+        return;
+    if (m_journal) {
+        std::error_code ignored;
+        std::filesystem::remove(m_journal->file(), ignored);
+        m_journal.reset();
+    }
     currentSession = std::nullopt;
     m_readingSampleTimer.reset();
 }
@@ -142,17 +157,16 @@ void SessionManager::recordProgress(const DoseCalculator& doseCalculator,
         return;
     Session state = *currentSession.get();
     finish(state, m_loop.now(), doseCalculator, disciplineSummary);
-    const bool hasNewReading = state.readings.size() > m_journaledReadings;
-    const auto error = m_journal->append(state, hasNewReading ? &state.readings.back() : nullptr);
-    m_journaledReadings = state.readings.size();
+    const auto error = m_journal->append(state);
     if (error && !std::exchange(m_didPrintJournalFailure, true))
         printLine("The running session's journal can't be written: {}", error.message());
 }
 
-void SessionManager::deleteSession(const Uuid& id)
+void SessionManager::deleteSession(Uuid id)
 {
-    sessionHistory.update(
-        [&](auto& history) { std::erase_if(history, [&](const Session& session) { return session.id == id; }); });
+    sessionHistory.update([&](auto& history) {
+        std::erase_if(history, [&](const Session& session) { return session.id == id; });
+    });
     saveHistory();
 }
 
@@ -167,8 +181,10 @@ void SessionManager::saveHistory()
         notifyOfSaveFailureOnce(error);
         return;
     }
-    for (const Uuid& id : std::exchange(m_unsavedSessions, {}))
-        SessionJournals::remove(*folder, id);
+    for (const UnsavedSession& session : std::exchange(m_unsavedSessions, {})) {
+        std::error_code ignored;
+        std::filesystem::remove(session.journal, ignored);
+    }
 }
 
 /// \return why it could not be written; empty where it could.
@@ -202,10 +218,9 @@ void SessionManager::notifyOfSaveFailureOnce(const std::string& error)
 
 void SessionManager::loadHistory()
 {
-    const auto folder = m_storage.folder();
-    if (!folder)
+    if (m_storage.isMemory())
         return;
-    const auto file = *folder / historyFileName;
+    const auto file = *m_storage.folder() / historyFileName;
     std::error_code unknown;
     if (!std::filesystem::exists(file, unknown) && !unknown)
         return;
@@ -228,13 +243,15 @@ void SessionManager::loadHistory()
 
     const std::size_t sessionCount = loaded.size();
     const std::size_t readings = readingCount(loaded);
-    loaded = SessionRetention::process(std::move(loaded), detailedRetention.read(m_defaults),
-                                       totalRetention.read(m_defaults), downsampleStride, m_loop.now(),
-                                       m_calendar);
-    keepUnsavedSessions(loaded);
+    if (m_storage.retention() == SessionStorage::Retention::bySettings) {
+        loaded = SessionRetention::process(std::move(loaded), detailedRetention.read(m_defaults),
+                                           totalRetention.read(m_defaults), downsampleStride, m_loop.now(),
+                                           m_calendar);
+    }
     const bool hasChanged = loaded.size() != sessionCount || readingCount(loaded) != readings;
+    keepUnsavedSessions(loaded);
     sessionHistory = std::move(loaded);
-    if (hasChanged)
+    if (hasChanged || hasUnsavedSessions())
         saveHistory();
 }
 
@@ -243,38 +260,40 @@ void SessionManager::keepUnsavedSessions(std::vector<Session>& loaded) const
 {
     std::vector<Session> kept;
     for (const Session& session : sessionHistory.get()) {
-        const bool isUnsaved = std::ranges::find(m_unsavedSessions, session.id) != m_unsavedSessions.end();
+        const bool isUnsaved =
+            std::ranges::find(m_unsavedSessions, session.id, &UnsavedSession::id) != m_unsavedSessions.end();
         if (isUnsaved && std::ranges::find(loaded, session.id, &Session::id) == loaded.end())
             kept.push_back(session);
     }
     loaded.insert(loaded.begin(), kept.begin(), kept.end());
 }
 
-// A crash between saving a session and removing its journal leaves both.
+bool SessionManager::isInHistory(const Uuid& id) const
+{
+    return std::ranges::find(sessionHistory.get(), id, &Session::id) != sessionHistory.get().end();
+}
+
+// A crash between saving a session and removing its journal leaves both: such a journal goes with the
+// save, which comes only after.
 void SessionManager::recoverSessions()
 {
     const auto folder = m_storage.folder();
     if (!folder)
         return;
-    bool hasRecovered = false;
     for (SessionJournals::Left& journal : SessionJournals::leftIn(*folder)) {
         if (!journal.session) {
             SessionJournals::setAside(journal.file);
             continue;
         }
-        const Uuid id = journal.session->id;
-        if (std::ranges::find(sessionHistory.get(), id, &Session::id) != sessionHistory.get().end()) {
-            SessionJournals::remove(*folder, id);
+        m_unsavedSessions.push_back({journal.session->id, journal.file});
+        if (isInHistory(journal.session->id))
             continue;
-        }
-        printLine("Recovered the session \"{}\" of {} from its journal", journal.session->dawName,
+        printLine("Recovered the session {:?} of {} from its journal", journal.session->dawName,
                   isoText(journal.session->startDate));
-        m_unsavedSessions.push_back(id);
         sessionHistory.update(
             [&](auto& history) { history.insert(history.begin(), std::move(*journal.session)); });
-        hasRecovered = true;
     }
-    if (hasRecovered)
+    if (hasUnsavedSessions())
         saveHistory();
 }
 

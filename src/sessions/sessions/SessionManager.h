@@ -47,6 +47,9 @@ public:
     /// without one.
     void endSession(const DoseCalculator& doseCalculator, const DisciplineSummary& disciplineSummary);
 
+    /// Gives the running session up, with its journal. Does nothing without one.
+    void discardSession();
+
     /// Takes in a tick's levels, in dB. Does nothing without a running session.
     /// \param dBC, dosePercentage are not used.
     void updateCurrentSession(double spl, double dBC, double peakDBC, double peakDBA, double dosePercentage);
@@ -59,7 +62,8 @@ public:
     void recordProgress(const DoseCalculator& doseCalculator, const DisciplineSummary& disciplineSummary);
 
     /// Removes every session of that identity from the history, and saves.
-    void deleteSession(const Uuid& id);
+    /// \param id by value: it may be that of an element which is about to go.
+    void deleteSession(Uuid id);
 
     /// Writes the finished sessions. A failure is printed, and raises a notification the first time;
     /// the history stays in memory.
@@ -83,9 +87,17 @@ public:
     std::string todaysTotalDurationFormatted() const;
 
 private:
+    /// A finished session that is not in the file yet. Its journal stays until it is.
+    struct UnsavedSession
+    {
+        Uuid id;
+        std::filesystem::path journal;
+    };
+
     std::string writeHistory(const std::filesystem::path& folder);
     void recoverSessions();
     void keepUnsavedSessions(std::vector<Session>& loaded) const;
+    bool isInHistory(const Uuid& id) const;
     void notifyOfSaveFailureOnce(const std::string& error);
 
     MainLoop& m_loop;
@@ -101,10 +113,9 @@ private:
     bool m_didNotifySaveFailure = false;
 
     std::unique_ptr<SessionJournal> m_journal;
-    std::size_t m_journaledReadings = 0;
     bool m_didPrintJournalFailure = false;
-    std::vector<Uuid> m_unsavedSessions; ///< Finished, but not in the file yet; their journals stay.
-    bool m_mustSetAside = false;         ///< The file is damaged and has no copy yet.
+    std::vector<UnsavedSession> m_unsavedSessions;
+    bool m_mustSetAside = false; ///< The file is damaged and has no copy yet.
 };
 
 } // namespace velmor
