@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <app/AppState.h>
+#include <support/CapturedOutput.h>
 #include <support/HubHost.h>
 #include <support/Sound.h>
 
@@ -13,8 +14,7 @@ namespace {
 class AppStateTest : public testing::Test
 {
 protected:
-    AppStateTest() { testing::internal::CaptureStdout(); }
-    ~AppStateTest() override { testing::internal::GetCapturedStdout(); }
+    test::QuietLines quietLines;
 
     /// Blocks of a steady tone for so long, at the moments when they would come.
     void sound(double seconds, double amplitude)

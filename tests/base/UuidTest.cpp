@@ -26,11 +26,10 @@ TEST(Uuid, NewOnesDifferAndAreOfVersion4)
 
 TEST(Uuid, OtherTextsAreNone)
 {
-    for (const char* text :
-         {"", "0123abcd", "0123abcdef45-4789-8abc-def0-12345678", "0123abcd-ef45-4789-8abc-def01234567",
-          "0123abcd-ef45-4789-8abc-def0123456789", "0123abcd-ef45-4789-8abc-def01234567g",
-          "{0123abcd-ef45-4789-8abc-def012345678}", "0123abcdef4547898abcdef012345678",
-          " 123abcd-ef45-4789-8abc-def012345678"})
+    for (const char* text : {"", "0123abcd", "0123abcdef45-4789-8abc-def0-12345678",
+                             "0123abcd-ef45-4789-8abc-def01234567", "0123abcd-ef45-4789-8abc-def0123456789",
+                             "0123abcd-ef45-4789-8abc-def01234567g", "{0123abcd-ef45-4789-8abc-def012345678}",
+                             "0123abcdef4547898abcdef012345678", " 123abcd-ef45-4789-8abc-def012345678"})
         EXPECT_FALSE(uuidFromText(text)) << text;
 }
 

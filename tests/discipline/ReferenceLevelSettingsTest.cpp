@@ -49,8 +49,8 @@ TEST(ReferenceLevelSettings, APresetIDOfAnUnknownTextIsKeptAsItIs)
 
 TEST(ReferenceLevelSettings, ValuesThatCanNotBeUsedReadAsTheDefault)
 {
-    for (const double value : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN(),
-                               std::numeric_limits<double>::infinity()}) {
+    for (const double value :
+         {0.0, -1.0, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
         MemoryDefaultsStore defaults(
             {{"MonitoringDiscipline.target", value}, {"MonitoringDiscipline.tolerance", value}});
         EXPECT_EQ(ReferenceLevelSettingsStore(defaults).load(), ReferenceLevelSettings{});

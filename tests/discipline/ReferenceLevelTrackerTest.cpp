@@ -44,9 +44,8 @@ TEST(Zone, ABandThatMeetsTheFloorLeavesNothingUnderIt)
 
 TEST(Zone, IsStoredByItsText)
 {
-    for (const auto& [zone, text] :
-         {std::pair(Zone::silent, "silent"), std::pair(Zone::under, "under"),
-          std::pair(Zone::onTarget, "onTarget"), std::pair(Zone::over, "over")}) {
+    for (const auto& [zone, text] : {std::pair(Zone::silent, "silent"), std::pair(Zone::under, "under"),
+                                     std::pair(Zone::onTarget, "onTarget"), std::pair(Zone::over, "over")}) {
         EXPECT_EQ(rawValue(zone), text);
         EXPECT_EQ(zoneFromRaw(text), zone);
     }
@@ -145,7 +144,8 @@ TEST_F(ReferenceLevelTrackerTest, ANewSessionCountsFromZero)
     ticks(10, 66);
     ticks(10, 99);
     tracker.beginSession();
-    EXPECT_EQ(tracker.secondsSilent + tracker.secondsUnder + tracker.secondsOnTarget + tracker.secondsOver, 0);
+    EXPECT_EQ(tracker.secondsSilent + tracker.secondsUnder + tracker.secondsOnTarget + tracker.secondsOver,
+              0);
     EXPECT_EQ(tracker.currentZone, Zone::silent);
     EXPECT_FALSE(tracker.currentDeviation.get());
 }

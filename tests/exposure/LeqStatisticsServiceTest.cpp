@@ -75,7 +75,7 @@ TEST(LeqStatisticsService, ThePercentileIsTheElementAtTheRoundedIndex)
 {
     LeqStatisticsService service(10.0);
     for (int i = 0; i < 600; ++i)
-        service.addReading(600 - i); // 1 to 600 in descending order
+        service.addReading(600 - i);   // 1 to 600 in descending order
     EXPECT_EQ(service.l50.get(), 301); // index round(299.5) = 300 from 0
     EXPECT_EQ(service.l10.get(), 540); // index round(539.1)
     EXPECT_EQ(service.l90.get(), 61);  // index round(59.9)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <base/AtomicFile.h>
 #include <sessions/DamagedHistory.h>
+#include <support/CapturedOutput.h>
 #include <support/SampleSessions.h>
 #include <support/SessionWorld.h>
 
@@ -23,9 +24,7 @@ using testing::ElementsAre;
 class DamagedHistoryTest : public testing::Test
 {
 protected:
-    DamagedHistoryTest() { testing::internal::CaptureStdout(); }
-    ~DamagedHistoryTest() override { testing::internal::GetCapturedStdout(); }
-
+    test::QuietLines quietLines;
     test::SessionWorld world;
     const std::string firstCopy = "sessions.damaged-2026-03-02T090000Z.json";
 };

@@ -139,8 +139,9 @@ TEST(SessionFormat, DatesLoseTheirFractionsOnSaving)
 
 TEST(SessionFormat, ANumberThatIsNotFiniteMakesTheEncodingFail)
 {
-    for (const double bad : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-                             -std::numeric_limits<double>::infinity()}) {
+    for (const double bad :
+         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+          -std::numeric_limits<double>::infinity()}) {
         Session session = test::sampleSession(moment("2026-03-01T09:12:45Z"), 2);
         session.averageSPL = bad;
         EXPECT_FALSE(encodedHistory(std::vector{session}));
@@ -190,8 +191,8 @@ TEST(SessionFormat, EachRequiredKeyMustBeThere)
 
 TEST(SessionFormat, ADateThatIsFollowedByAColonIsDamage)
 {
-    EXPECT_FALSE(decodes(withReading(
-        R"([{"timestamp":"2026-03-01T09:12:45Z":0},"dBA":1,"dosePercentageAtTime":2}])")));
+    EXPECT_FALSE(decodes(
+        withReading(R"([{"timestamp":"2026-03-01T09:12:45Z":0},"dBA":1,"dosePercentageAtTime":2}])")));
     EXPECT_FALSE(decodes(with(requiredMembers, "startDate", R"("2026-03-01T09:12:45Z":0})")));
     EXPECT_FALSE(decodes(with(requiredMembers, "startDate", R"("2026-03-01T09:12:45Z" 5)")));
 }
@@ -213,11 +214,11 @@ TEST(SessionFormat, AValueOfTheWrongTypeFailsTheWhole)
 {
     const std::vector<std::string> notNumbers = {"\"5\"", "true", "[]", "{}", "[5]"};
     const std::vector<std::string> notTexts = {"5", "true", "[]", "{}", "1.5"};
-    const std::vector<std::string> notIntegers = {"\"5\"", "true",  "[]", "{}",
+    const std::vector<std::string> notIntegers = {"\"5\"", "true",  "[]",  "{}",
                                                   "1.5",   "1e400", "1.0", "9223372036854775808"};
-    for (const char* key : {"averageSPL", "peakSPL", "doseAccumulated", "peakDBC", "monitoringTarget",
-                            "monitoringTolerance", "timeSilentSec", "timeUnderSec", "timeOnTargetSec",
-                            "timeOverSec"}) {
+    for (const char* key :
+         {"averageSPL", "peakSPL", "doseAccumulated", "peakDBC", "monitoringTarget", "monitoringTolerance",
+          "timeSilentSec", "timeUnderSec", "timeOnTargetSec", "timeOverSec"}) {
         for (const auto& value : notNumbers)
             EXPECT_FALSE(decodes(with(requiredMembers, key, value))) << key << value;
         EXPECT_TRUE(decodes(with(requiredMembers, key, "5"))) << key;
@@ -272,7 +273,8 @@ TEST(SessionFormat, AnUnknownZoneFailsTheWhole)
 
 TEST(SessionFormat, AReadingWithoutTheLaterKeysLoads)
 {
-    const auto readings = decodedHistory(withReading("[" + objectText(requiredReadingMembers) + "]")).at(0).readings;
+    const auto readings =
+        decodedHistory(withReading("[" + objectText(requiredReadingMembers) + "]")).at(0).readings;
     ASSERT_EQ(readings.size(), 1U);
     EXPECT_EQ(readings[0].timestamp, moment("2026-03-01T09:12:55Z"));
     EXPECT_EQ(readings[0].dBA, 77.5);
@@ -294,8 +296,9 @@ TEST(SessionFormat, UnknownKeysAreLeftAloneButMustBeJson)
         EXPECT_TRUE(decodes(with(requiredMembers, "future", value))) << value;
         EXPECT_TRUE(decodes(withReading(with(requiredReadingMembers, "future", value)))) << value;
     }
-    for (const char* value : {"NaN", "Infinity", "nul", "tru", "[1,,2]", "[1 2]", "{\"a\"}", "{\"a\":}", "01", "+1",
-                              ".5", "5.", "1e", R"("\x")", R"("\ud800")", "'x'", "[", "{", "[1,]", "{\"a\":1,}"}) {
+    for (const char* value : {"NaN",         "Infinity", "nul", "tru", "[1,,2]", "[1 2]",     "{\"a\"}",
+                              "{\"a\":}",    "01",       "+1",  ".5",  "5.",     "1e",        R"("\x")",
+                              R"("\ud800")", "'x'",      "[",   "{",   "[1,]",   "{\"a\":1,}"}) {
         EXPECT_FALSE(decodes(with(requiredMembers, "future", value))) << value;
         EXPECT_FALSE(decodes(withReading(with(requiredReadingMembers, "future", value)))) << value;
     }
@@ -356,7 +359,8 @@ TEST(SessionFormat, DeepNestingIsDamageAndNoCrash)
 TEST(SessionFormat, TheErrorSaysWhere)
 {
     try {
-        (void)decodedHistory("[" + objectText(requiredMembers) + "," + without(requiredMembers, "dawName").substr(1));
+        (void)decodedHistory("[" + objectText(requiredMembers) + "," +
+                             without(requiredMembers, "dawName").substr(1));
         FAIL();
     } catch (const SessionFormatError& error) {
         EXPECT_THAT(error.what(), HasSubstr("session 2"));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <sessions/SessionFormat.h>
 #include <sessions/SessionJournal.h>
+#include <support/CapturedOutput.h>
 #include <support/SampleSessions.h>
 #include <support/SessionWorld.h>
 
@@ -23,17 +24,7 @@ using testing::SizeIs;
 class SessionJournalTest : public testing::Test
 {
 protected:
-    SessionJournalTest() { testing::internal::CaptureStdout(); }
-    ~SessionJournalTest() override
-    {
-        if (!m_isTaken)
-            testing::internal::GetCapturedStdout();
-    }
-    std::string printed()
-    {
-        m_isTaken = true;
-        return testing::internal::GetCapturedStdout();
-    }
+    std::string printed() { return output.text(); }
 
     /// A manager in the middle of a session with so many readings. Dropping it is a crash.
     std::unique_ptr<SessionManager> runningSession(int readings)
@@ -63,10 +54,8 @@ protected:
         return {};
     }
 
+    test::CapturedOutput output;
     test::SessionWorld world;
-
-private:
-    bool m_isTaken = false;
 };
 
 TEST_F(SessionJournalTest, ASessionThatNeverEndedIsInTheHistoryAfterARestart)
@@ -95,8 +84,9 @@ TEST_F(SessionJournalTest, ASessionThatNeverEndedIsInTheHistoryAfterARestart)
     EXPECT_EQ(session.timeOverSec, 50);
     EXPECT_THAT(world.folder.names(), ElementsAre("sessions.json"));
     EXPECT_EQ(decodedHistory(world.history()), manager->sessionHistory.get());
-    EXPECT_THAT(printed(),
-                HasSubstr("[Velmor] Recovered the session \"Manual\" of 2026-03-02T09:00:00Z from its journal"));
+    EXPECT_THAT(
+        printed(),
+        HasSubstr("[Velmor] Recovered the session \"Manual\" of 2026-03-02T09:00:00Z from its journal"));
 }
 
 TEST_F(SessionJournalTest, ASessionIsRecoveredOnce)

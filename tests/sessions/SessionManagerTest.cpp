@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <sessions/SessionFormat.h>
+#include <support/CapturedOutput.h>
 #include <support/SampleSessions.h>
 #include <support/SessionWorld.h>
 
@@ -30,28 +31,15 @@ using testing::StartsWith;
 class SessionManagerTest : public testing::Test
 {
 protected:
-    SessionManagerTest() { testing::internal::CaptureStdout(); }
-    ~SessionManagerTest() override
-    {
-        if (!m_isTaken)
-            testing::internal::GetCapturedStdout();
-    }
-
-    std::string printed()
-    {
-        m_isTaken = true;
-        return testing::internal::GetCapturedStdout();
-    }
+    std::string printed() { return output.text(); }
 
     void writeHistory(const std::vector<Session>& sessions) const
     {
         writeFile(world.historyFile(), encodedHistory(sessions).value());
     }
 
+    test::CapturedOutput output;
     test::SessionWorld world;
-
-private:
-    bool m_isTaken = false;
 };
 
 TEST_F(SessionManagerTest, StartingTwiceUnderTheSameNameChangesNothing)
@@ -284,7 +272,8 @@ TEST_F(SessionManagerTest, AMissingFileLeavesTheHistoryAsItIs)
 
 TEST_F(SessionManagerTest, LoadingAHistoryInWhichNothingChangesDoesNotRewriteTheFile)
 {
-    writeHistory({sampleSession(world.loop.now() - days(2), 100), sampleSession(world.loop.now() - days(20), 1)});
+    writeHistory(
+        {sampleSession(world.loop.now() - days(2), 100), sampleSession(world.loop.now() - days(20), 1)});
     const std::string before = world.history() + "\n ";
     writeFile(world.historyFile(), before);
     const auto manager = world.manager();
@@ -308,7 +297,8 @@ TEST_F(SessionManagerTest, RetentionFollowsTheStoredDays)
 {
     world.defaults.set("sessionDetailedRetentionDays", std::int64_t(2));
     world.defaults.set("sessionTotalRetentionDays", std::int64_t(7));
-    writeHistory({sampleSession(world.loop.now() - days(1), 100, 1), sampleSession(world.loop.now() - days(3), 100, 2),
+    writeHistory({sampleSession(world.loop.now() - days(1), 100, 1),
+                  sampleSession(world.loop.now() - days(3), 100, 2),
                   sampleSession(world.loop.now() - days(8), 100, 3)});
     const auto manager = world.manager();
     ASSERT_EQ(manager->sessionHistory.get().size(), 2U);
@@ -348,11 +338,17 @@ TEST_F(SessionManagerTest, EveryKindOfDamageGivesTheLineAnEmptyHistoryAndKeepsTh
         std::string text = good;
         return text.replace(text.find(from), from.size(), to);
     };
-    const std::vector<std::string> damaged = {
-        "", "[", "null", "{}", std::string(1 << 20, '['), good.substr(0, good.size() / 2),
-        replaced("\"REAPER\"", "5"), replaced("2026-03-02T08:00:00Z", "0000-03-02T08:00:00Z"),
-        replaced("2026-03-02T08:00:00Z", "9999-03-02T08:00:00Z"), replaced("\"peakCount135\": ", "\"peakCount135\": -1."),
-        replaced("\"averageSPL\": ", "\"averageSPL\": NaN")};
+    const std::vector<std::string> damaged = {"",
+                                              "[",
+                                              "null",
+                                              "{}",
+                                              std::string(1 << 20, '['),
+                                              good.substr(0, good.size() / 2),
+                                              replaced("\"REAPER\"", "5"),
+                                              replaced("2026-03-02T08:00:00Z", "0000-03-02T08:00:00Z"),
+                                              replaced("2026-03-02T08:00:00Z", "9999-03-02T08:00:00Z"),
+                                              replaced("\"peakCount135\": ", "\"peakCount135\": -1."),
+                                              replaced("\"averageSPL\": ", "\"averageSPL\": NaN")};
     for (const auto& text : damaged) {
         writeFile(world.historyFile(), text);
         EXPECT_TRUE(world.manager()->sessionHistory.get().empty()) << text.substr(0, 40);
@@ -388,8 +384,7 @@ TEST_F(SessionManagerTest, ASaveThatFailsKeepsTheHistoryAndSaysSoOnce)
     EXPECT_EQ(request.identifier, "velmor.session.savefail");
     EXPECT_EQ(request.title, "Velmor couldn't save session history");
     EXPECT_EQ(request.subtitle, "");
-    EXPECT_EQ(request.body,
-              "Check disk space and Velmor's container permissions. Is a directory");
+    EXPECT_EQ(request.body, "Check disk space and Velmor's container permissions. Is a directory");
     EXPECT_EQ(request.categoryIdentifier, "");
     EXPECT_EQ(request.sound, NotificationSound::standard);
     EXPECT_EQ(request.interruptionLevel, InterruptionLevel::standard);
@@ -454,8 +449,9 @@ TEST_F(SessionManagerTest, AProgramFolderThatCanNotBeMadeIsPrintedAndTheProgramG
 {
     writeFile(world.folder / "share", "a file");
     const auto manager = world.manager(SessionStorage::inApplicationSupport(world.folder / "share"));
-    EXPECT_THAT(printed(),
-                StartsWith("⚠️ Velmor: failed to create Application Support directory: Not a directory\n"));
+    EXPECT_THAT(
+        printed(),
+        StartsWith("⚠️ Velmor: failed to create Application Support directory: Not a directory\n"));
     testing::internal::CaptureStdout();
     world.runSession(*manager, "first");
     EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("Failed to save session history: "));

@@ -19,8 +19,8 @@ using test::sampleSession;
 
 const Date now = moment("2026-07-15T12:00:00Z");
 
-std::vector<Session> process(std::vector<Session> sessions, std::int64_t detailed = 14, std::int64_t total = 90,
-                             std::int64_t stride = 10)
+std::vector<Session> process(std::vector<Session> sessions, std::int64_t detailed = 14,
+                             std::int64_t total = 90, std::int64_t stride = 10)
 {
     return SessionRetention::process(std::move(sessions), detailed, total, stride, now,
                                      Calendar::inZone("UTC").value());

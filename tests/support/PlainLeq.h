@@ -56,7 +56,8 @@ struct PlainLeq
         const auto exceededFor = [&](double fraction) {
             const double last = static_cast<double>(sorted.size() - 1);
             const auto index = static_cast<std::int64_t>(std::round((1.0 - fraction) * last));
-            return sorted[static_cast<std::size_t>(std::clamp<std::int64_t>(index, 0, std::ssize(sorted) - 1))];
+            return sorted[static_cast<std::size_t>(
+                std::clamp<std::int64_t>(index, 0, std::ssize(sorted) - 1))];
         };
         l10 = exceededFor(0.1);
         l50 = exceededFor(0.5);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cstdint>
 #include <iterator>
 #include <string_view>
@@ -47,7 +48,9 @@ InterruptionLevel levelIf(bool timeSensitive)
 std::string stamp(Date now)
 {
     std::array<char, 64> digits = {};
-    const double seconds = secondsBetween(Date(), now);
+    const auto wholeSeconds = std::chrono::floor<std::chrono::seconds>(now);
+    const double seconds =
+        static_cast<double>(wholeSeconds.time_since_epoch().count()) + secondsBetween(wholeSeconds, now);
     const auto end = std::to_chars(digits.begin(), digits.end(), seconds, std::chars_format::fixed).ptr;
     std::string text(digits.begin(), end);
     if (text.find('.') == std::string::npos)
