@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// One tick of the hub while it measures above the threshold, with the store in SQLite: what the main
-// thread spends on it, and the time until the dose is committed.
+// One tick of the hub in a session that is half an hour old and above the threshold: with the store in
+// memory; with the store in SQLite, what the main thread spends on it and the time until the dose is
+// committed. And a working day of such ticks.
 #include <app/AppState.h>
 #include <base/Print.h>
 #include <base/VirtualMainLoop.h>
@@ -35,10 +36,12 @@ void tick(benchmark::State& state, DefaultsStore& defaults, VirtualMainLoop& loo
         {loop, audio, audio, defaults, calendar, notifications, loginItem, SessionStorage::nowhere()});
     hub.settings.calibrationOffset = 110;
     setPrintedLines(PrintedLines::nowhere);
-    hub.audioService.start();
+    hub.startSession("REAPER");
     for (std::size_t block = 0; block < 20; ++block)
         audio.engine().deliver(test::sine(1000, 0.5, 48000, 1024, block * 1024));
     loop.runPosted();
+    // Half an hour fills the statistics.
+    loop.runFor(1900);
 
     std::vector<double> microseconds;
     for (auto _ : state) {
@@ -74,6 +77,35 @@ void tickInMemory(benchmark::State& state)
     tick(state, defaults, loop, [] {});
 }
 BENCHMARK(tickInMemory)->UseManualTime()->Iterations(20000);
+
+/// A session of 8 hours with its history, journal and alerts, as fast as it goes.
+void eightHours(benchmark::State& state)
+{
+    setPrintedLines(PrintedLines::nowhere);
+    constexpr double seconds = 8 * 3600;
+    for (auto _ : state) {
+        const test::TemporaryFolder folder;
+        VirtualMainLoop loop(dateFromIsoText("2026-03-02T09:00:00Z").value());
+        MemoryDefaultsStore defaults;
+        test::FakeAudio audio;
+        const Calendar calendar = Calendar::inZone("UTC").value();
+        test::FakeNotificationCenter notifications;
+        NoLoginItem loginItem;
+        AppState hub({loop, audio, audio, defaults, calendar, notifications, loginItem,
+                      SessionStorage::inFolder(folder.path())});
+        hub.startSession("REAPER");
+        // A level for each second.
+        for (int second = 0; second < static_cast<int>(seconds); ++second) {
+            hub.audioService.currentSPL = 78 + second % 13;
+            hub.audioService.currentDBC = 81 + second % 13;
+            loop.runFor(1);
+        }
+        hub.endSession();
+    }
+    state.counters["times_real_time"] =
+        benchmark::Counter(seconds * static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+}
+BENCHMARK(eightHours)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 
 } // namespace
 } // namespace velmor

@@ -30,7 +30,8 @@ struct ExpectedSetting
 template <typename Value>
 ExpectedSetting row(const char* key, Value defaultValue, Value other, Setting<Value> AppSettings::*setting)
 {
-    return {key, defaultValue, other, [setting](const AppSettings& s) { return DefaultsValue((s.*setting).get()); },
+    return {key, defaultValue, other,
+            [setting](const AppSettings& s) { return DefaultsValue((s.*setting).get()); },
             [setting](AppSettings& s, const DefaultsValue& value) { s.*setting = std::get<Value>(value); }};
 }
 
@@ -63,8 +64,8 @@ std::vector<ExpectedSetting> expectedSettings()
     };
 }
 
-const std::vector<DefaultsValue> oneOfEachType = {true, std::int64_t(7), 7.5, std::string("text"),
-                                                  DefaultsData{std::byte{1}}, Date()};
+const std::vector<DefaultsValue> oneOfEachType = {
+    true, std::int64_t(7), 7.5, std::string("text"), DefaultsData{std::byte{1}}, Date()};
 
 TEST(AppSettings, AFirstLaunchHasTheDefaultsAndStoresNone)
 {
@@ -162,8 +163,8 @@ TEST(AppSettings, AnOffsetOfExactlyZeroIsUsedUntilTheNextStart)
     EXPECT_EQ(settings.calibrationOffset, 0);
     EXPECT_EQ(AppSettings(defaults).calibrationOffset, 94.0);
     EXPECT_EQ(defaults.get<double>("calibrationOffset"), 0);
-    for (const double offset : {-0.0, std::numeric_limits<double>::quiet_NaN(),
-                                std::numeric_limits<double>::infinity()}) {
+    for (const double offset :
+         {-0.0, std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
         MemoryDefaultsStore unusable({{"calibrationOffset", offset}});
         EXPECT_EQ(AppSettings(unusable).calibrationOffset, 94.0);
     }

@@ -108,8 +108,9 @@ TEST_F(AppStateDayTest, MidnightLoadsTheHistoryAnew)
     test::HubHost host("2026-03-01T23:59:00Z");
     host.storage = SessionStorage::inFolder(folder.path());
     AppState hub(host.host());
-    test::writeFile(folder / "sessions.json",
-                    encodedHistory(std::vector{test::sampleSession(test::moment("2026-02-15T00:30:00Z"), 100)}).value());
+    test::writeFile(
+        folder / "sessions.json",
+        encodedHistory(std::vector{test::sampleSession(test::moment("2026-02-15T00:30:00Z"), 100)}).value());
     host.loop.runFor(120);
     ASSERT_THAT(hub.sessionManager.sessionHistory.get(), SizeIs(1));
     EXPECT_THAT(hub.sessionManager.sessionHistory.get()[0].readings, SizeIs(10)); // and thins it

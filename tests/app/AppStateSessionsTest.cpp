@@ -30,7 +30,10 @@ protected:
         host.loop.runFor(seconds);
     }
 
-    static const Session& newest(const AppState& hub) { return hub.sessionManager.sessionHistory.get().at(0); }
+    static const Session& newest(const AppState& hub)
+    {
+        return hub.sessionManager.sessionHistory.get().at(0);
+    }
 
     test::HubHost host;
 };
@@ -126,7 +129,8 @@ TEST_F(AppStateSessionsTest, APauseIsAnnouncedAtOnceAndNotByATick)
     hub.manualStartSession();
     host.loop.runPosted();
     bool isPaused = false;
-    const Subscription subscription = hub.pauseService.isPaused.subscribe([&](bool value) { isPaused = value; });
+    const Subscription subscription =
+        hub.pauseService.isPaused.subscribe([&](bool value) { isPaused = value; });
     int changes = 0;
     const Subscription observer = hub.onChange([&] { ++changes; });
     hub.pauseService.pause({}, host.loop.now());

@@ -47,7 +47,8 @@ protected:
 
 TEST_F(NotificationPolicyTest, TheInstalledApplicationRegistersInOrder)
 {
-    EXPECT_THAT(host.notifications.calls, ElementsAre("setDelegate", "requestAuthorization", "setCategories"));
+    EXPECT_THAT(host.notifications.calls,
+                ElementsAre("setDelegate", "requestAuthorization", "setCategories"));
     EXPECT_NE(host.notifications.delegate, nullptr);
     EXPECT_THAT(host.notifications.categories, SizeIs(9));
     hub.reset();
@@ -290,7 +291,9 @@ TEST_F(NotificationPolicyTest, SnoozingADriftAlertReachesTheDetector)
     hub->notifications.sendDriftNotification({80, 84});
     EXPECT_TRUE(host.notifications.respond(requests()[0], "SNOOZE_30"));
     std::vector<double> drifts;
-    hub->alertDetector.onDriftAlert = [&](const DriftAlertContext& context) { drifts.push_back(context.driftDB()); };
+    hub->alertDetector.onDriftAlert = [&](const DriftAlertContext& context) {
+        drifts.push_back(context.driftDB());
+    };
     const Date begin = host.loop.now();
     hub->alertDetector.beginSession(begin);
     for (int second = 600; second < 1800; ++second)

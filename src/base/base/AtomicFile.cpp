@@ -86,6 +86,11 @@ void AtomicFile::write(std::string_view text)
 {
     if (m_error)
         return;
+    if (text.size() >= bufferCapacity) {
+        flush();
+        writeOut(text);
+        return;
+    }
     m_buffer += text;
     if (m_buffer.size() >= bufferCapacity)
         flush();
@@ -134,7 +139,12 @@ void AtomicFile::removeLeftovers(const std::filesystem::path& folder)
 
 void AtomicFile::flush()
 {
-    std::string_view rest = m_buffer;
+    writeOut(m_buffer);
+    m_buffer.clear();
+}
+
+void AtomicFile::writeOut(std::string_view rest)
+{
     while (!m_error && !rest.empty()) {
         const ssize_t written = uninterrupted([&] { return ::write(m_file, rest.data(), rest.size()); });
         if (written < 0)
@@ -144,7 +154,6 @@ void AtomicFile::flush()
         else
             rest.remove_prefix(static_cast<std::size_t>(written));
     }
-    m_buffer.clear();
 }
 
 void AtomicFile::failWithErrno()

@@ -41,6 +41,7 @@ public:
 
 private:
     void flush();
+    void writeOut(std::string_view text);
     void failWithErrno();
     void removeTemporary();
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <base/Date.h>
 
-#include <fmt/format.h>
-
 #include <cmath>
 #include <cstdint>
 
@@ -28,12 +26,31 @@ chrono::nanoseconds nanosecondsFrom(double seconds)
 
 std::string isoText(Date date)
 {
+    const auto characters = isoCharacters(date);
+    return {characters.begin(), characters.end()};
+}
+
+std::array<char, 20> isoCharacters(Date date)
+{
     const auto day = chrono::floor<chrono::days>(date);
     const chrono::year_month_day calendarDay(day);
     const chrono::hh_mm_ss time(chrono::floor<chrono::seconds>(date) - day);
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", static_cast<int>(calendarDay.year()),
-                       static_cast<unsigned>(calendarDay.month()), static_cast<unsigned>(calendarDay.day()),
-                       time.hours().count(), time.minutes().count(), time.seconds().count());
+    std::array<char, 20> characters = {'0', '0', '0', '0', '-', '0', '0', '-', '0', '0',
+                                       'T', '0', '0', ':', '0', '0', ':', '0', '0', 'Z'};
+    // Digits from the last one on, as many as the number has; a Date's years have four.
+    const auto put = [&characters](std::size_t lastPlace, auto number) {
+        for (std::size_t place = lastPlace; number > 0; --place) {
+            characters[place] = static_cast<char>('0' + number % 10);
+            number /= 10;
+        }
+    };
+    put(3, static_cast<int>(calendarDay.year()));
+    put(6, static_cast<unsigned>(calendarDay.month()));
+    put(9, static_cast<unsigned>(calendarDay.day()));
+    put(12, time.hours().count());
+    put(15, time.minutes().count());
+    put(18, time.seconds().count());
+    return characters;
 }
 
 namespace {

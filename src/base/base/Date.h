@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -20,6 +21,9 @@ std::chrono::nanoseconds nanosecondsFrom(double seconds);
 /// ISO 8601 in UTC with whole seconds, as in 2026-03-01T09:12:45Z. A fraction of a second is cut off
 /// towards the past.
 std::string isoText(Date date);
+
+/// The same, for many of them: without room of its own on the heap.
+std::array<char, 20> isoCharacters(Date date);
 
 /// Reads exactly the form that isoText() writes. Absent for any other text: fractions, offsets,
 /// lower case, missing or additional characters, days that no calendar has, and years that a Date

@@ -40,11 +40,29 @@ std::size_t utf8SequenceLength(std::string_view text)
     return 0;
 }
 
+/// Whether a character stands for itself between quotes.
+bool isPlain(char c)
+{
+    return static_cast<unsigned char>(c) >= 0x20 && static_cast<unsigned char>(c) < 0x80 && c != '"' &&
+           c != '\\';
+}
+
+/// Looks at all of it, also where the first character has given the answer: without a branch.
+bool isPlain(std::string_view text)
+{
+    unsigned unplain = 0;
+    for (const char c : text)
+        unplain |= isPlain(c) ? 0U : 1U;
+    return unplain == 0;
+}
+
 } // namespace
 
-JsonWriter::JsonWriter(Layout layout)
+JsonWriter::JsonWriter(Layout layout, std::size_t expectedSize)
     : m_layout(layout)
-{}
+{
+    m_text.reserve(expectedSize);
+}
 
 void JsonWriter::beginObject()
 {
@@ -78,6 +96,12 @@ void JsonWriter::value(std::string_view text)
 {
     beforeItem();
     appendQuoted(text);
+}
+
+void JsonWriter::value(Date date)
+{
+    const auto characters = isoCharacters(date);
+    value(std::string_view(characters.data(), characters.size()));
 }
 
 void JsonWriter::value(bool flag)
@@ -123,15 +147,15 @@ void JsonWriter::begin(char bracket)
 {
     beforeItem();
     m_text += bracket;
-    m_levelIsEmpty.push_back(true);
+    m_levelIsEmpty.push_back(1);
 }
 
 void JsonWriter::end(char bracket)
 {
-    const bool isEmpty = m_levelIsEmpty.back();
+    const bool isEmpty = m_levelIsEmpty.back() != 0;
     m_levelIsEmpty.pop_back();
     if (!isEmpty)
-        newLine();
+        newLine(false);
     m_text += bracket;
 }
 
@@ -143,57 +167,69 @@ void JsonWriter::beforeItem()
     }
     if (m_levelIsEmpty.empty())
         return;
-    if (!m_levelIsEmpty.back())
-        m_text += ',';
-    m_levelIsEmpty.back() = false;
-    newLine();
+    newLine(m_levelIsEmpty.back() == 0);
+    m_levelIsEmpty.back() = 0;
 }
 
-void JsonWriter::newLine()
+void JsonWriter::newLine(bool afterComma)
 {
-    if (m_layout == Layout::compact)
-        return;
-    m_text += '\n';
-    m_text.append(2 * m_levelIsEmpty.size(), ' ');
+    constexpr std::string_view commaAndIndented = ",\n                                ";
+    const std::string_view all = commaAndIndented.substr(afterComma ? 0 : 1);
+    const std::size_t spaces = 2 * m_levelIsEmpty.size();
+    const std::size_t wanted =
+        m_layout == Layout::compact ? (afterComma ? 1 : 0) : (afterComma ? 2 : 1) + spaces;
+    m_text += all.substr(0, wanted);
+    if (wanted > all.size())
+        m_text.append(wanted - all.size(), ' ');
 }
 
 void JsonWriter::appendQuoted(std::string_view text)
 {
     m_text += '"';
-    while (!text.empty()) {
-        const char c = text.front();
-        if (static_cast<unsigned char>(c) >= 0x80) {
-            // A file name may hold any bytes, but a JSON text is UTF-8.
-            const std::size_t length = utf8SequenceLength(text);
-            m_text += length > 0 ? text.substr(0, length) : replacementCharacter;
-            text.remove_prefix(length > 0 ? length : 1);
-            continue;
-        }
-        text.remove_prefix(1);
-        switch (c) {
-        case '"':
-            m_text += "\\\"";
-            break;
-        case '\\':
-            m_text += "\\\\";
-            break;
-        case '\n':
-            m_text += "\\n";
-            break;
-        case '\r':
-            m_text += "\\r";
-            break;
-        case '\t':
-            m_text += "\\t";
-            break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20)
-                fmt::format_to(std::back_inserter(m_text), "\\u{:04x}", static_cast<unsigned>(c));
-            else
-                m_text += c;
-        }
+    // Most texts have nothing to escape.
+    if (isPlain(text)) {
+        m_text += text;
+    } else {
+        while (!text.empty())
+            text.remove_prefix(appendCharacter(text));
     }
     m_text += '"';
+}
+
+// \return how many bytes of the text that was.
+std::size_t JsonWriter::appendCharacter(std::string_view text)
+{
+    const char c = text.front();
+    if (isPlain(c)) {
+        m_text += c;
+        return 1;
+    }
+    if (static_cast<unsigned char>(c) >= 0x80) {
+        // A file name may hold any bytes, but a JSON text is UTF-8.
+        const std::size_t length = utf8SequenceLength(text);
+        m_text += length > 0 ? text.substr(0, length) : replacementCharacter;
+        return length > 0 ? length : 1;
+    }
+    switch (c) {
+    case '"':
+        m_text += "\\\"";
+        break;
+    case '\\':
+        m_text += "\\\\";
+        break;
+    case '\n':
+        m_text += "\\n";
+        break;
+    case '\r':
+        m_text += "\\r";
+        break;
+    case '\t':
+        m_text += "\\t";
+        break;
+    default:
+        fmt::format_to(std::back_inserter(m_text), "\\u{:04x}", static_cast<unsigned>(c));
+    }
+    return 1;
 }
 
 } // namespace velmor

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <base/Date.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,7 +22,8 @@ public:
         compact, ///< All in one line, without white space.
     };
 
-    explicit JsonWriter(Layout layout);
+    /// \param expectedSize of the text in bytes, for one that is large: it then grows in place.
+    explicit JsonWriter(Layout layout, std::size_t expectedSize = 0);
 
     void beginObject();
     void endObject();
@@ -30,6 +34,7 @@ public:
     void key(std::string_view name);
 
     void value(std::string_view text);
+    void value(Date date); ///< As isoText().
     void value(const char* text) { value(std::string_view(text)); }
     void value(bool flag);
     void value(std::int64_t number);
@@ -50,12 +55,13 @@ private:
     void begin(char bracket);
     void end(char bracket);
     void beforeItem();
-    void newLine();
+    void newLine(bool afterComma);
     void appendQuoted(std::string_view text);
+    std::size_t appendCharacter(std::string_view text);
 
     Layout m_layout;
     std::string m_text;
-    std::vector<bool> m_levelIsEmpty; ///< One entry for each open object or array.
+    std::vector<char> m_levelIsEmpty; ///< One entry for each open object or array: 1 while it is empty.
     bool m_afterKey = false;
     bool m_allFinite = true;
 };

@@ -5,7 +5,8 @@
 #include <base/FileText.h>
 #include <base/Print.h>
 
-#include <algorithm>
+#include <fmt/format.h>
+
 #include <string>
 
 namespace velmor {
@@ -44,8 +45,9 @@ std::filesystem::path nameOfCopy(const std::filesystem::path& file, Date now)
     auto name = file;
     std::error_code error;
     for (int number = 1; number == 1 || std::filesystem::exists(name, error); ++number) {
-        name.replace_filename(file.stem().native() + ".damaged-" + moment +
-                              (number > 1 ? "-" + std::to_string(number) : "") + file.extension().native());
+        const std::string suffix = number > 1 ? fmt::format("-{}", number) : "";
+        name.replace_filename(fmt::format("{}.damaged-{}{}{}", file.stem().native(), moment, suffix,
+                                          file.extension().native()));
     }
     return name;
 }

@@ -56,7 +56,7 @@ constexpr std::array countFields = {
 void writeReading(JsonWriter& json, const SPLReading& reading)
 {
     json.beginObject();
-    json.member("timestamp", std::string_view(isoText(reading.timestamp)));
+    json.member("timestamp", reading.timestamp);
     json.member("dBA", reading.dBA);
     json.member("dosePercentageAtTime", reading.dosePercentageAtTime);
     json.member("dBC", reading.dBC);
@@ -280,9 +280,9 @@ auto parsed(std::string text, Function function)
 void writeSessionFields(JsonWriter& json, const Session& session)
 {
     json.member("id", std::string_view(uuidText(session.id)));
-    json.member("startDate", std::string_view(isoText(session.startDate)));
+    json.member("startDate", session.startDate);
     if (session.endDate)
-        json.member("endDate", std::string_view(isoText(*session.endDate)));
+        json.member("endDate", *session.endDate);
     json.member("dawName", std::string_view(session.dawName));
     for (const NumberField& field : numberFields)
         json.member(field.key, session.*field.member);
@@ -292,7 +292,14 @@ void writeSessionFields(JsonWriter& json, const Session& session)
 
 std::optional<std::string> encodedHistory(std::span<const Session> sessions)
 {
-    JsonWriter json(JsonWriter::Layout::pretty);
+    // What a session and a reading take at most in practice.
+    constexpr std::size_t sessionBytes = 1000;
+    constexpr std::size_t readingBytes = 230;
+    std::size_t expectedSize = 0;
+    for (const Session& session : sessions)
+        expectedSize += sessionBytes + readingBytes * session.readings.size();
+
+    JsonWriter json(JsonWriter::Layout::pretty, expectedSize);
     json.beginArray();
     for (const Session& session : sessions) {
         json.beginObject();

@@ -135,9 +135,14 @@ SessionJournal::SessionJournal(const std::filesystem::path& folder, const Uuid& 
 
 SessionJournal::~SessionJournal()
 {
+    close();
+}
+
+void SessionJournal::close()
+{
     m_disk.reset();
     if (m_file >= 0)
-        ::close(m_file);
+        ::close(std::exchange(m_file, -1));
 }
 
 std::error_code SessionJournal::open()
@@ -183,7 +188,12 @@ std::error_code SessionJournal::append(const Session& state)
     const ssize_t written = ::write(m_file, lines.data(), lines.size());
     if (written != std::ssize(lines)) {
         const auto error = written < 0 ? errnoCode() : std::make_error_code(std::errc::no_space_on_device);
-        [[maybe_unused]] const int truncated = ::ftruncate(m_file, m_size);
+        if (m_size > 0) {
+            [[maybe_unused]] const int truncated = ::ftruncate(m_file, m_size);
+        } else {
+            close();
+            ::unlink(m_path.c_str()); // Nobody needs a journal of nothing.
+        }
         return error;
     }
     m_size += written;

@@ -41,6 +41,7 @@ private:
     class Disk;
 
     std::error_code open();
+    void close();
 
     std::filesystem::path m_path;
     int m_file = -1;
