@@ -40,9 +40,9 @@ const std::vector<Session>& year()
         int readings = 0;
         for (int i = 0; i < sessionCount; ++i) {
             const int upTo = static_cast<int>(readingCount * (std::int64_t(i) + 1) / sessionCount);
-            result.push_back(test::sampleSession(
-                test::moment("2026-12-31T20:00:00Z") - std::chrono::minutes(288 * i), upTo - readings,
-                static_cast<unsigned>(i)));
+            result.push_back(
+                test::sampleSession(test::moment("2026-12-31T20:00:00Z") - std::chrono::minutes(288 * i),
+                                    upTo - readings, static_cast<unsigned>(i)));
             readings = upTo;
         }
         return result;
@@ -58,8 +58,7 @@ const std::string& yearText()
 
 void setBytes(benchmark::State& state)
 {
-    state.SetBytesProcessed(state.iterations() *
-                            static_cast<std::int64_t>(yearText().size()));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(yearText().size()));
     state.counters["MB"] = static_cast<double>(yearText().size()) / 1e6;
 }
 

@@ -102,7 +102,8 @@ void HubSimulation::run(int days)
         // Work comes in clusters; the rest of the day nothing happens.
         const bool isWorking = m_hub->sessionManager.currentSession.get().has_value();
         const bool isLong = chance(0.05);
-        const double wait = isWorking ? (isLong ? uniform(600, 4 * 3600) : uniform(1, 300)) : uniform(1, 5 * 3600);
+        const double wait =
+            isWorking ? (isLong ? uniform(600, 4 * 3600) : uniform(1, 300)) : uniform(1, 5 * 3600);
         pass(wait);
         passed += wait;
         happen();
@@ -113,14 +114,15 @@ void HubSimulation::run(int days)
     check();
 }
 
-/// Lets time pass, and looks every now and then.
+/// Lets time pass, and looks every now and then at what changes with time. The history changes with
+/// events.
 void HubSimulation::pass(double seconds)
 {
     while (seconds > 0 && !testing::Test::HasFailure()) {
         const double step = std::min(seconds, 300.0);
         m_host.loop.runFor(step);
         seconds -= step;
-        check();
+        checkServices();
     }
 }
 
@@ -152,7 +154,8 @@ void HubSimulation::happen()
         endSession(false);
     } else if (lot < 64) {
         note("pause");
-        m_hub->pauseService.pause(chance(0.3) ? std::nullopt : std::optional(uniform(0, 1200)), m_host.loop.now());
+        m_hub->pauseService.pause(chance(0.3) ? std::nullopt : std::optional(uniform(0, 1200)),
+                                  m_host.loop.now());
         check();
     } else if (lot < 70) {
         note("resume");
@@ -293,7 +296,9 @@ void HubSimulation::setClock()
 {
     const double lot = uniform(0, 1);
     // Sleep, a clock that is put right, a clock that was far off.
-    const double seconds = lot < 0.4 ? uniform(1800, 12 * 3600) : lot < 0.8 ? uniform(-7200, 7200) : uniform(-3, 3);
+    const double seconds = lot < 0.4   ? uniform(1800, 12 * 3600)
+                           : lot < 0.8 ? uniform(-7200, 7200)
+                                       : uniform(-3, 3);
     note(lot < 0.4 ? "sleep" : "clock set");
     const Date before = m_host.loop.now();
     const Date after = before + nanosecondsFrom(seconds);
@@ -337,15 +342,21 @@ void HubSimulation::deleteSomeSession()
         return;
     note("delete");
     m_historyIsOnDisk = m_historyIsOnDisk && !m_isDiskFull;
-    m_hub->deleteSession(history[static_cast<std::size_t>(uniform(0, static_cast<double>(history.size()) - 0.001))]);
+    m_hub->deleteSession(
+        history[static_cast<std::size_t>(uniform(0, static_cast<double>(history.size()) - 0.001))]);
     m_host.loop.runPosted();
     check(DoseMayFall::yes);
 }
 
 void HubSimulation::check(DoseMayFall doseMayFall)
 {
-    checkDose(doseMayFall);
+    checkServices(doseMayFall);
     checkHistory();
+}
+
+void HubSimulation::checkServices(DoseMayFall doseMayFall)
+{
+    checkDose(doseMayFall);
     checkNotifications();
     checkSession();
     m_lastCheck = m_host.loop.now();
@@ -367,8 +378,8 @@ void HubSimulation::checkDose(DoseMayFall doseMayFall)
     const DoseCalculator& dose = m_hub->doseCalculator;
     const bool isNewDay = !m_host.calendar.isSameDay(m_lastCheck, m_host.loop.now());
     const bool mayFall = isNewDay || doseMayFall == DoseMayFall::yes;
-    EXPECT_TRUE(mayFall || dose.accumulatedDose >= m_lastDose) << "the dose fell from " << m_lastDose << " to "
-                                                               << dose.accumulatedDose;
+    EXPECT_TRUE(mayFall || dose.accumulatedDose >= m_lastDose)
+        << "the dose fell from " << m_lastDose << " to " << dose.accumulatedDose;
     m_lastDose = dose.accumulatedDose;
     EXPECT_NEAR(dose.dosePercentage, dose.accumulatedDose * 100, 1e-9);
     EXPECT_GE(dose.peakCount135.get(), dose.peakCount137.get());
@@ -410,7 +421,8 @@ void HubSimulation::checkNotifications()
                 return;
             // The stamp is the moment itself; others are seen at the end of a step of five minutes.
             const std::string stamp = request.identifier.substr(std::string(prefix).size());
-            const Date moment = stamp.empty() ? m_host.loop.now() : Date() + nanosecondsFrom(std::stod(stamp));
+            const Date moment =
+                stamp.empty() ? m_host.loop.now() : Date() + nanosecondsFrom(std::stod(stamp));
             const auto last = m_lastSeen.find(prefix);
             if (last != m_lastSeen.end() && last->second.clockChanges == m_clockChanges) {
                 const double slack = stamp.empty() ? 300.0 : 1e-3;

@@ -61,6 +61,7 @@ private:
     void deleteSomeSession();
 
     void check(DoseMayFall doseMayFall = DoseMayFall::no);
+    void checkServices(DoseMayFall doseMayFall = DoseMayFall::no);
     void checkDose(DoseMayFall doseMayFall);
     void checkHistory();
     void checkNotifications();

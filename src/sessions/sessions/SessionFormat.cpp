@@ -185,8 +185,6 @@ SPLReading decodedReading(ondemand::object object)
     return reading;
 }
 
-enum class Readings { required, unknown };
-
 /// \return whether there is a field of that key.
 bool decodeNumber(Session& session, std::string_view key, ondemand::value& value, Requirements& requirements)
 {
@@ -208,7 +206,7 @@ bool decodeNumber(Session& session, std::string_view key, ondemand::value& value
     return false;
 }
 
-Session decodedSession(ondemand::object object, Readings readings)
+Session decodedSession(ondemand::object object)
 {
     // The required number fields come first, at their places in their own table.
     constexpr std::array<std::string_view, 7> required = {"averageSPL", "peakSPL", "doseAccumulated", "id",
@@ -216,8 +214,6 @@ Session decodedSession(ondemand::object object, Readings readings)
     constexpr std::size_t firstOther = 3;
     Session session;
     Requirements requirements;
-    if (readings == Readings::unknown)
-        requirements.meet(firstOther + 3);
     for (auto field : object) {
         const std::string_view key = field.unescaped_key();
         ondemand::value value = field.value();
@@ -236,7 +232,7 @@ Session decodedSession(ondemand::object object, Readings readings)
         } else if (key == "dawName") {
             session.dawName = std::string_view(value.get_string());
             requirements.meet(firstOther + 2);
-        } else if (key == "readings" && readings == Readings::required) {
+        } else if (key == "readings") {
             session.readings.clear();
             for (auto element : value.get_array())
                 session.readings.push_back(decodedReading(element.get_object()));
@@ -277,6 +273,22 @@ auto parsed(std::string text, Function function)
 
 } // namespace
 
+namespace {
+
+void writeSession(JsonWriter& json, const Session& session, std::span<const SPLReading> readings)
+{
+    json.beginObject();
+    writeSessionFields(json, session);
+    json.key("readings");
+    json.beginArray();
+    for (const SPLReading& reading : readings)
+        writeReading(json, reading);
+    json.endArray();
+    json.endObject();
+}
+
+} // namespace
+
 void writeSessionFields(JsonWriter& json, const Session& session)
 {
     json.member("id", std::string_view(uuidText(session.id)));
@@ -301,16 +313,8 @@ std::optional<std::string> encodedHistory(std::span<const Session> sessions)
 
     JsonWriter json(JsonWriter::Layout::pretty, expectedSize);
     json.beginArray();
-    for (const Session& session : sessions) {
-        json.beginObject();
-        writeSessionFields(json, session);
-        json.key("readings");
-        json.beginArray();
-        for (const SPLReading& reading : session.readings)
-            writeReading(json, reading);
-        json.endArray();
-        json.endObject();
-    }
+    for (const Session& session : sessions)
+        writeSession(json, session, session.readings);
     json.endArray();
     return std::move(json).text();
 }
@@ -321,7 +325,7 @@ std::vector<Session> decodedHistory(std::string text)
         std::vector<Session> sessions;
         for (auto element : document.get_array()) {
             try {
-                sessions.push_back(decodedSession(element.get_object(), Readings::required));
+                sessions.push_back(decodedSession(element.get_object()));
             } catch (const simdjson::simdjson_error& error) {
                 throw inSession(sessions.size() + 1, error.what());
             } catch (const SessionFormatError& error) {
@@ -332,42 +336,17 @@ std::vector<Session> decodedHistory(std::string text)
     });
 }
 
-std::optional<std::string> encodedMoment(const Session& state, const SPLReading* reading)
+std::optional<std::string> encodedMoment(const Session& state, std::span<const SPLReading> newReadings)
 {
     JsonWriter json(JsonWriter::Layout::compact);
-    json.beginObject();
-    json.key("session");
-    json.beginObject();
-    writeSessionFields(json, state);
-    json.endObject();
-    if (reading) {
-        json.key("reading");
-        writeReading(json, *reading);
-    }
-    json.endObject();
+    writeSession(json, state, newReadings);
     return std::move(json).text();
 }
 
-SessionMoment decodedMoment(std::string text)
+Session decodedMoment(std::string text)
 {
-    return parsed(std::move(text), [](ondemand::document& document) {
-        SessionMoment moment;
-        Requirements requirements;
-        for (auto field : document.get_object()) {
-            const std::string_view key = field.unescaped_key();
-            ondemand::value value = field.value();
-            if (key == "session") {
-                moment.state = decodedSession(value.get_object(), Readings::unknown);
-                requirements.meet(0);
-            } else if (key == "reading") {
-                moment.reading = decodedReading(value.get_object());
-            } else {
-                checkValue(value, 0);
-            }
-        }
-        requirements.check(std::array<std::string_view, 1>{"session"});
-        return moment;
-    });
+    return parsed(std::move(text),
+                  [](ondemand::document& document) { return decodedSession(document.get_object()); });
 }
 
 } // namespace velmor

@@ -34,18 +34,12 @@ inline constexpr std::size_t historySpareCapacity = 64;
 /// The session's own members, without its readings, into an object that the caller has begun.
 void writeSessionFields(JsonWriter& json, const Session& session);
 
-/// A moment of a running session: what it would be if it ended here, without readings, and the reading
-/// that was taken, if any.
-struct SessionMoment
-{
-    Session state;
-    std::optional<SPLReading> reading;
-};
-
-/// As one line of JSON without its end. Absent when a number is not finite.
-std::optional<std::string> encodedMoment(const Session& state, const SPLReading* reading);
+/// A moment of a running session as one line, without its end: the session as it would be if it ended
+/// here, in the history's form, but with those readings alone that are new. Absent when a number is not
+/// finite.
+std::optional<std::string> encodedMoment(const Session& state, std::span<const SPLReading> newReadings);
 
 /// Reads what encodedMoment() wrote. \throws SessionFormatError
-SessionMoment decodedMoment(std::string text);
+Session decodedMoment(std::string text);
 
 } // namespace velmor

@@ -14,6 +14,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
+#include <span>
 #include <stop_token>
 #include <thread>
 #include <utility>
@@ -38,7 +39,7 @@ std::uint32_t checksum(std::string_view text)
 }
 
 /// \param line without its end.
-std::optional<SessionMoment> momentFrom(std::string_view line)
+std::optional<Session> momentFrom(std::string_view line)
 {
     if (line.size() <= checksumDigits || line[checksumDigits] != ' ')
         return std::nullopt;
@@ -165,28 +166,18 @@ std::error_code SessionJournal::open()
 
 std::error_code SessionJournal::append(const Session& state)
 {
-    std::string lines;
-    const auto appendLine = [&](const SPLReading* reading) {
-        const auto json = encodedMoment(state, reading);
-        // The line break comes first: whatever lies before it, this line is one.
-        if (json)
-            lines += fmt::format("\n{:08x} {}", checksum(*json), *json);
-        return json.has_value();
-    };
-    bool isEncoded = true;
-    for (std::size_t i = m_writtenReadings; i < state.readings.size(); ++i)
-        isEncoded = appendLine(&state.readings[i]) && isEncoded;
-    if (m_writtenReadings >= state.readings.size())
-        isEncoded = appendLine(nullptr);
-    if (!isEncoded)
+    const auto json = encodedMoment(state, std::span(state.readings).subspan(m_writtenReadings));
+    if (!json)
         return std::make_error_code(std::errc::argument_out_of_domain);
 
     if (m_file < 0) {
         if (const auto error = open())
             return error;
     }
-    const ssize_t written = ::write(m_file, lines.data(), lines.size());
-    if (written != std::ssize(lines)) {
+    // The line break comes first: whatever lies before it, this line is one.
+    const std::string line = fmt::format("\n{:08x} {}", checksum(*json), *json);
+    const ssize_t written = ::write(m_file, line.data(), line.size());
+    if (written != std::ssize(line)) {
         const auto error = written < 0 ? errnoCode() : std::make_error_code(std::errc::no_space_on_device);
         if (m_size > 0) {
             [[maybe_unused]] const int truncated = ::ftruncate(m_file, m_size);
@@ -211,11 +202,10 @@ std::optional<Session> SessionJournals::sessionFrom(std::string_view text)
         const std::size_t end = std::min(text.find('\n'), text.size());
         auto moment = momentFrom(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
-        if (!moment || (session && session->id != moment->state.id))
+        if (!moment || (session && session->id != moment->id))
             continue;
-        session = std::move(moment->state);
-        if (moment->reading)
-            readings.push_back(*moment->reading);
+        readings.insert(readings.end(), moment->readings.begin(), moment->readings.end());
+        session = std::move(moment);
     }
     if (session)
         session->readings = std::move(readings);

@@ -18,7 +18,7 @@ namespace velmor {
 
 /// The journal of one running session, from which it can be restored after a crash or a loss of power.
 /// Each line holds the whole state of a moment with a checksum before it, so that a damaged line costs
-/// only the reading in it. What was appended survives the end of the process at once; a thread of the
+/// only the readings in it. What was appended survives the end of the process at once; a thread of the
 /// journal's own brings it to the disk. Main thread.
 class SessionJournal
 {
