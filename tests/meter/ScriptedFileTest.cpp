@@ -29,9 +29,9 @@ constexpr int blocksAMinute = 1875;
 constexpr double offset = 140;
 constexpr int ticks = 72000; // two hours
 
-constexpr double middle = 1000;  ///< Hz: both weightings are 0 dB.
-constexpr double bass = 31.25;   ///< Hz: one period a block.
-constexpr double nothing = 20;   ///< dB: silence, as far as anybody listens.
+constexpr double middle = 1000; ///< Hz: both weightings are 0 dB.
+constexpr double bass = 31.25;  ///< Hz: one period a block.
+constexpr double nothing = 20;  ///< dB: silence, as far as anybody listens.
 
 /// A tone that goes from one level to another, before weighting.
 struct Stretch
@@ -108,7 +108,8 @@ double weighting(double frequency, bool isA)
     const auto gain = [isA](double f) {
         // Of a high pass and a low pass of the first order.
         const auto ratio = [f](double corner) {
-            return std::tan(std::numbers::pi * f / sampleRate) / std::tan(std::numbers::pi * corner / sampleRate);
+            return std::tan(std::numbers::pi * f / sampleRate) /
+                   std::tan(std::numbers::pi * corner / sampleRate);
         };
         const auto high = [&](double corner) { return ratio(corner) / std::hypot(1, ratio(corner)); };
         const auto low = [&](double corner) { return 1 / std::hypot(1, ratio(corner)); };

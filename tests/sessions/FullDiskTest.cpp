@@ -109,10 +109,12 @@ TEST_F(SmallDisk, AFullDiskCostsNothingAndTheNextSaveWithSpaceSucceeds)
     EXPECT_EQ(decodedHistory(contentOf(disk / "sessions.json")), manager->sessionHistory.get());
     EXPECT_THAT(manager->sessionHistory.get(), SizeIs(4));
     EXPECT_FALSE(manager->hasUnsavedSessions());
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(disk), std::filesystem::directory_iterator()), 1);
-    EXPECT_EQ(output.text(), "[Velmor] The running session's journal can't be written: No space left on device\n"
-                             "Failed to save session history: No space left on device\n"
-                             "Failed to save session history: No space left on device\n");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(disk), std::filesystem::directory_iterator()),
+              1);
+    EXPECT_EQ(output.text(),
+              "[Velmor] The running session's journal can't be written: No space left on device\n"
+              "Failed to save session history: No space left on device\n"
+              "Failed to save session history: No space left on device\n");
 }
 
 TEST_F(SmallDisk, AReadOnlyFolderCostsNothingAndTheNextSaveSucceeds)

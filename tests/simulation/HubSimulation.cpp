@@ -175,6 +175,7 @@ void HubSimulation::happen()
         deleteSomeSession();
     } else if (lot < 96) {
         note("dose reset");
+        m_historyIsOnDisk = m_historyIsOnDisk && !m_isDiskFull;
         m_hub->resetDose();
         m_host.loop.runPosted();
         check(DoseMayFall::yes);

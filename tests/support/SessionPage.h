@@ -12,8 +12,8 @@ namespace velmor::test {
 struct SessionProgress
 {
     std::atomic<int> isReady;
-    std::atomic<std::int64_t> started; ///< Counts before the start.
-    std::atomic<int> isRunning;        ///< The start has returned, the end has not.
+    std::atomic<std::int64_t> started;  ///< Counts before the start.
+    std::atomic<int> isRunning;         ///< The start has returned, the end has not.
     std::atomic<std::int64_t> readings; ///< Of the running session.
     std::atomic<std::int64_t> ended;    ///< Counts after the end.
     std::atomic<std::int64_t> secondsPassed;

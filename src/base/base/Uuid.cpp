@@ -57,7 +57,7 @@ std::optional<Uuid> uuidFromText(std::string_view text)
         if (!value)
             return std::nullopt;
         auto& byte = uuid.data[digits / 2];
-        byte = static_cast<std::uint8_t>(byte << 4U | *value);
+        byte = static_cast<std::uint8_t>(static_cast<unsigned>(byte) << 4U | *value);
         ++digits;
     }
     return uuid;
