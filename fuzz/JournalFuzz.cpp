@@ -38,7 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0)
         return 0;
     const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
-    const auto session = SessionJournals::sessionFrom(data[0] % 2 == 0 ? std::string(text) : withChecksums(text));
+    const auto session =
+        SessionJournals::sessionFrom(data[0] % 2 == 0 ? std::string(text) : withChecksums(text));
     if (!session)
         return 0;
     // What is recovered goes into the history: it must be fit for it.

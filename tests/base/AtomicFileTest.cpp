@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdarg>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include <fcntl.h>
@@ -250,6 +252,18 @@ TEST_F(AtomicFileTest, TheFirstErrorIsKept)
     EXPECT_FALSE(file.commit());
     EXPECT_EQ(file.error(), std::errc::no_space_on_device);
     EXPECT_THAT(folder.names(), ElementsAre());
+}
+
+TEST_F(AtomicFileTest, WhatAKilledWriterLeftIsRemovedAfterAnHour)
+{
+    const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::minutes(61);
+    for (const char* name : {".velmor-0123abcd.tmp", ".velmor-89abcdef.tmp", ".velmor-other", "mine.tmp"})
+        test::writeFile(folder / name, "x");
+    for (const char* name : {".velmor-0123abcd.tmp", ".velmor-other", "mine.tmp"})
+        std::filesystem::last_write_time(folder / name, old);
+    AtomicFile::removeLeftovers(folder.path());
+    EXPECT_THAT(folder.names(), ElementsAre(".velmor-89abcdef.tmp", ".velmor-other", "mine.tmp"));
+    AtomicFile::removeLeftovers(folder / "missing");
 }
 
 } // namespace

@@ -57,6 +57,10 @@ TEST(Calendar, TheCurrentZoneIsThatOfTheEnvironmentWhereItNamesOne)
 {
     ::setenv("TZ", "Asia/Kolkata", 1);
     EXPECT_EQ(Calendar::current().zoneName(), "Asia/Kolkata");
+    ::setenv("TZ", ":Europe/Berlin", 1);
+    EXPECT_EQ(Calendar::current().zoneName(), "Europe/Berlin");
+    ::setenv("TZ", "", 1);
+    EXPECT_EQ(Calendar::current().zoneName(), Calendar::inZone("UTC")->zoneName());
     ::setenv("TZ", "not a zone", 1);
     EXPECT_NE(Calendar::current().zoneName(), "");
     ::unsetenv("TZ");
@@ -142,6 +146,8 @@ TEST(Calendar, ThereIsNothingBeyondTheEndOfTime)
     EXPECT_FALSE(berlin.addingDays(moment("2026-03-01T00:00:00Z"), -200'000));
     EXPECT_FALSE(berlin.addingDays(moment("2026-03-01T00:00:00Z"), std::numeric_limits<std::int64_t>::min()));
     EXPECT_FALSE(berlin.addingDays(Date::max(), 0));
+    EXPECT_FALSE(berlin.isSameDay(Date::max(), moment("2026-03-01T00:00:00Z")));
+    EXPECT_FALSE(calendarIn("America/New_York").isSameDay(Date::min(), moment("2026-03-01T00:00:00Z")));
 }
 
 } // namespace

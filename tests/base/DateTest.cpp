@@ -71,6 +71,9 @@ TEST(Date, SecondsBetweenTwoMomentsAreTheNearestDouble)
     EXPECT_EQ(secondsBetween(start, start + 59900ms), 59.9);
     EXPECT_EQ(secondsBetween(start, start + 60s), 60.0);
     EXPECT_EQ(secondsBetween(start + 100ms, start), -0.1);
+    // 2^64 nanoseconds: more than the difference of two dates can hold.
+    EXPECT_NEAR(secondsBetween(Date::min(), Date::max()), 18446744073.709551615, 1e-5);
+    EXPECT_NEAR(secondsBetween(Date::max(), Date::min()), -18446744073.709551615, 1e-5);
     EXPECT_EQ(nanosecondsFrom(0.1), 100ms);
     EXPECT_EQ(nanosecondsFrom(-0.4), -400ms);
 }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <system_error>
 
@@ -39,6 +41,18 @@ TEST(FileText, WhatIsNoFileIsAnErrorAndDoesNotBlock)
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     EXPECT_EQ(fileText(folder / "pipe", error), "");
     EXPECT_EQ(error, std::errc::invalid_argument);
+}
+
+TEST(FileText, AFileThatIsTooLargeForTheMemoryIsAnError)
+{
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "sparse", "");
+    std::error_code error;
+    std::filesystem::resize_file(folder / "sparse", std::uintmax_t(1) << 43, error);
+    if (error)
+        GTEST_SKIP() << "no file of 8 TiB here: " << error.message();
+    EXPECT_EQ(fileText(folder / "sparse", error), "");
+    EXPECT_EQ(error, std::errc::file_too_large);
 }
 
 } // namespace

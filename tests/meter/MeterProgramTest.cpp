@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <sessions/SessionFormat.h>
 #include <support/Meter.h>
 #include <support/Sound.h>
 #include <support/TemporaryFolder.h>
@@ -307,6 +308,37 @@ TEST_F(MeterProgramTest, AnInterruptedMeasurementLeavesNoHalfWrittenFile)
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 130);
     EXPECT_EQ(folder.names(), names);
+}
+
+TEST_F(MeterProgramTest, ASessionIsKeptInTheHistoryOfAFolder)
+{
+    const std::string sound = write("mix.wav", {sine(1000, 0.5, 48000, 12 * 48000)});
+    const std::string history = folder / "history";
+    for (const char* start : {"2026-03-02T09:00:00Z", "2199-03-02T09:00:00Z"}) {
+        const auto outcome =
+            meter({"--json", "--start", start, "--history", history, "--name", "Mix room", sound});
+        ASSERT_EQ(outcome.status, 0) << outcome.error;
+        EXPECT_EQ(outcome.error, "");
+        EXPECT_EQ(JsonObject(outcome.output).texts.at("session.dawName"), "Mix room");
+    }
+    // The meter thins nothing, however old it takes the sessions to be.
+    const auto sessions = decodedHistory(test::contentOf(history + "/sessions.json"));
+    ASSERT_EQ(sessions.size(), 2U);
+    EXPECT_EQ(sessions[1].startDate, dateFromIsoText("2026-03-02T09:00:00Z"));
+    EXPECT_EQ(sessions[1].duration({}), 12);
+    EXPECT_EQ(sessions[1].readings.size(), 1U);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(history), {}), 1);
+}
+
+TEST_F(MeterProgramTest, ASessionThatCanNotBeKeptIsAnErrorAfterTheFigures)
+{
+    const std::string sound = write("mix.wav", {sine(1000, 0.5, 48000, 48000)});
+    std::filesystem::create_directories(folder / "history/sessions.json");
+    const auto outcome = meter({"--json", "--history", folder / "history", sound});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(JsonObject(outcome.output)["frames"], 48000);
+    EXPECT_THAT(outcome.error, HasSubstr("Failed to save session history: Is a directory\n"));
+    EXPECT_THAT(outcome.error, EndsWith("history: the session could not be kept there\n"));
 }
 
 } // namespace

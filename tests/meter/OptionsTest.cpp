@@ -46,9 +46,13 @@ TEST(Options, AFileAloneIsMeasuredByTheDefaults)
 
 TEST(Options, EachOneIsRead)
 {
-    const Options file = parse({"mix.wav", "--channel", "2", "--offset", "118.5", "--conservative", "--start",
-                                "2026-03-01T09:12:45Z", "--time-zone", "Europe/Berlin", "--json", "--blocks",
-                                "b", "--ticks", "t"});
+    const Options file = parse({"mix.wav",     "--channel",      "2",       "--offset",
+                                "118.5",       "--conservative", "--start", "2026-03-01T09:12:45Z",
+                                "--time-zone", "Europe/Berlin",  "--json",  "--blocks",
+                                "b",           "--ticks",        "t",       "--name",
+                                "Mix",         "--history",      "h",       "--notifications",
+                                "n",           "--target",       "83",      "--tolerance",
+                                "2.5"});
     EXPECT_EQ(file.channel, 2);
     EXPECT_EQ(file.calibrationOffset, 118.5);
     EXPECT_TRUE(file.conservative);
@@ -57,6 +61,11 @@ TEST(Options, EachOneIsRead)
     EXPECT_TRUE(file.json);
     EXPECT_EQ(file.blocksPath, "b");
     EXPECT_EQ(file.ticksPath, "t");
+    EXPECT_EQ(file.name, "Mix");
+    EXPECT_EQ(file.historyFolder, "h");
+    EXPECT_EQ(file.notificationsPath, "n");
+    EXPECT_EQ(file.target, 83);
+    EXPECT_EQ(file.tolerance, 2.5);
 
     const Options live = parse({"--live", "--device", "mic", "--seconds", "2.5", "--offset", "-3"});
     EXPECT_EQ(live.task, Options::Task::measureLive);
@@ -100,6 +109,15 @@ TEST(Options, WhatMakesNoSenseIsRefusedInOneLine)
         {"a.wav", "--start", "2262-04-11T23:47:16Z"},
         {"a.wav", "--blocks", "-", "--ticks", "/dev/stdout"},
         {"a.wav", "--blocks", "-", "--ticks", "-"},
+        {"a.wav", "--notifications", "n", "--ticks", "n"},
+        {"a.wav", "--target", "0"},
+        {"a.wav", "--target", "nan"},
+        {"a.wav", "--tolerance", "-3"},
+        {"a.wav", "--tolerance", "inf"},
+        {"a.wav", "--history", ""},
+        {"a.wav", "--name", ""},
+        {"a.wav", "--history", "h", "--ticks", "h/sessions.json"},
+        {"h/sessions.json", "--history", "h"},
     };
     for (const auto& command : commands) {
         const std::string error = errorOf(command);

@@ -25,7 +25,7 @@ void printUnmarkedLine(std::string_view text);
 enum class PrintedLines { onStandardOutput, onStandardError, nowhere };
 
 /// Where lines are printed: on standard output, unless a program needs that for its result. Called
-/// before any other thread exists.
+/// while no other thread prints.
 void setPrintedLines(PrintedLines where);
 
 /// Stops the program after a programming error: says what was wrong on standard error and aborts.

@@ -2,6 +2,7 @@
 #include <meter/FileMeasurement.h>
 
 #include <base/FlushToZero.h>
+#include <base/Print.h>
 #include <base/VirtualMainLoop.h>
 #include <meter/FileInput.h>
 #include <meter/MeasuredHub.h>
@@ -68,7 +69,11 @@ std::optional<Summary> measureFile(const Options& options, const std::function<b
     summary.conservative = options.conservative;
 
     const FlushToZero flushToZero;
+    // How a file is routed is no news; what becomes of a history is.
+    setPrintedLines(PrintedLines::nowhere);
     measured.start(FileInput::uid, std::filesystem::path(options.file).filename().native());
+    if (!options.historyFolder.empty())
+        setPrintedLines(PrintedLines::onStandardError);
     while (const std::size_t frames = input.readBlock()) {
         summary.frames += static_cast<std::int64_t>(frames);
         loop.runBefore(start + duration(summary.frames, file.sampleRate()));

@@ -82,10 +82,10 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
     if (options.seconds)
         loop.after(*options.seconds, [&] { loop.quit(); });
     loop.run();
-    // What was measured until something went wrong is kept.
     const bool isBroken = isLost || !hub.audioService.isRunning;
-    if (isBroken && measured.blockCount() > 0)
-        measured.breakOff();
+    // What was measured until then is a session all the same.
+    if (isBroken && hub.sessionManager.currentSession.get() && measured.blockCount() > 0)
+        hub.endSession();
     if (isLost)
         throw MeterError(fmt::format("{}: the input device was disconnected", options.device));
     if (isBroken)

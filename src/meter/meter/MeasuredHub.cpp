@@ -52,17 +52,6 @@ void MeasuredHub::finish(Summary& summary)
     m_hub.endSession();
     summary.session = m_hub.sessionManager.sessionHistory.get().front();
     summary.isSessionKept = !m_hub.sessionManager.hasUnsavedSessions();
-    commit();
-}
-
-void MeasuredHub::breakOff()
-{
-    m_hub.endSession();
-    commit();
-}
-
-void MeasuredHub::commit()
-{
     m_levels.commit();
     m_notifications.commit();
 }

@@ -40,13 +40,7 @@ public:
     /// \throws MeterError when a file can't be written.
     void finish(Summary& summary);
 
-    /// Keeps what was measured before something went wrong: ends the session, if it has not ended yet,
-    /// and finishes the files. \throws MeterError when a file can't be written.
-    void breakOff();
-
 private:
-    void commit();
-
     MainLoop& m_loop;
     const Options& m_options;
     MemoryDefaultsStore m_defaults;
