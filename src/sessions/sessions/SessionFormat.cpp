@@ -92,7 +92,7 @@ void checkValue(ondemand::value value, int depth)
     switch (ondemand::json_type(value.type())) {
     case ondemand::json_type::array:
         for (auto element : value.get_array())
-            checkValue(std::move(element).value(), depth + 1);
+            checkValue(element.value(), depth + 1);
         return;
     case ondemand::json_type::object:
         for (auto field : value.get_object()) {
