@@ -2,6 +2,7 @@
 #include <app/NotificationContent.h>
 
 #include <exposure/DoseLevel.h>
+#include <exposure/PeakLimits.h>
 
 #include <fmt/format.h>
 
@@ -97,14 +98,14 @@ NotificationRequest NotificationContent::impulsePeak(double peakDBC, bool timeSe
     request.identifier = "peak-alert-" + stamp(now);
     request.categoryIdentifier = "PEAK_ALERT";
     request.interruptionLevel = levelIf(timeSensitive);
-    if (peakDBC >= 140.0) {
+    if (peakDBC >= limitPeakDBC) {
         request.title = fmt::format("🔴 Impulse Peak: {:.0f} dBC", peakDBC);
         request.body =
             "Turn down your monitoring level now. At 140 dBC, a single impulse can cause permanent "
             "mechanical damage to hair cells. Pull back the offending element or lower your "
             "monitor trim.";
         request.sound = NotificationSound::critical;
-    } else if (peakDBC >= 137.0) {
+    } else if (peakDBC >= upperActionPeakDBC) {
         request.title = fmt::format("🔶 Impulse Peak: {:.0f} dBC", peakDBC);
         request.body = "Lower your monitoring level 3–6 dB, or tame the source — kick, snare, or a "
                        "transient-heavy bus. Repeated peaks here accumulate mechanical risk that A-weighted "

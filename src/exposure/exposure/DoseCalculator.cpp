@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <exposure/DoseCalculator.h>
 
+#include <exposure/PeakLimits.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -19,15 +21,6 @@ constexpr double secondsPerHour = 3600.0;
 
 /// From this gap between two measurements on, the time between them counts as not measured.
 constexpr double longestGapSeconds = 60.0;
-
-// EU Directive 2003/10/EC, article 3: lower and upper exposure action value and exposure limit value
-// of the peak sound pressure.
-constexpr double lowerActionPeakDBC = 135.0;
-constexpr double upperActionPeakDBC = 137.0;
-constexpr double limitPeakDBC = 140.0;
-
-/// No exposure above 115 dBA, of whatever duration.
-constexpr double ceilingPeakDBA = 115.0;
 
 constexpr auto conservativeModeKey = "DoseCalculator.conservativeMode";
 constexpr auto accumulatedDoseKey = "DoseCalculator.accumulatedDose";

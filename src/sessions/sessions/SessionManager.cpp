@@ -5,6 +5,7 @@
 #include <base/FileText.h>
 #include <base/Levels.h>
 #include <base/Print.h>
+#include <exposure/PeakLimits.h>
 #include <sessions/DamagedHistory.h>
 #include <sessions/SessionFormat.h>
 #include <sessions/SessionRetention.h>
@@ -22,11 +23,6 @@ constexpr auto historyFileName = "sessions.json";
 
 constexpr double readingSampleInterval = 60.0;
 constexpr std::int64_t downsampleStride = 10;
-
-// EU Directive 2003/10/EC, article 3.
-constexpr double lowerActionPeakDBC = 135.0;
-constexpr double limitPeakDBC = 140.0;
-constexpr double ceilingPeakDBA = 115.0;
 
 std::size_t readingCount(const std::vector<Session>& sessions)
 {
