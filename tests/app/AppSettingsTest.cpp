@@ -341,6 +341,17 @@ TEST_F(HubSettingsTest, AnImportOfASingleSwitchTakesEffectWithoutARestart)
     EXPECT_TRUE(host.notifications.requests.empty());
 }
 
+TEST_F(HubSettingsTest, AnImportedOffsetThatIsNoneLeavesTheCalibration)
+{
+    for (const double offset : {0.0, std::numeric_limits<double>::infinity()}) {
+        host.defaults.set("calibrationOffset", 118.5);
+        AppState hub(host.host());
+        host.defaults.set("calibrationOffset", offset);
+        hub.refreshAfterTovikImport();
+        EXPECT_EQ(hub.settings.calibrationOffset, 118.5);
+    }
+}
+
 TEST_F(HubSettingsTest, AnImportIsTakenUpEverywhere)
 {
     AppState hub(host.host());

@@ -47,20 +47,17 @@ struct SettingRow
     /// Stored values that it doesn't accept read as the default; where there is none all are accepted.
     bool (*isUsable)(const Value&) = nullptr;
 
-    /// What the key holds, whether or not it is usable; absent where it is missing or of another type.
+    /// What the key holds; absent where it is missing, of another type, or not usable.
     std::optional<Value> stored(const DefaultsStore& defaults) const
     {
         const auto form = defaults.get<typename StoredForm<Value>::Type>(key);
-        return form ? StoredForm<Value>::decoded(*form) : std::nullopt;
+        const auto value = form ? StoredForm<Value>::decoded(*form) : std::nullopt;
+        return value && (!isUsable || isUsable(*value)) ? value : std::nullopt;
     }
 
-    /// The setting's value as of the store. Where that is not usable it is the default, and the key stays
-    /// as it is.
-    Value read(const DefaultsStore& defaults) const
-    {
-        const auto value = stored(defaults);
-        return value && (!isUsable || isUsable(*value)) ? *value : defaultValue;
-    }
+    /// The setting's value as of the store. Where that has none it is the default, and the key stays as it
+    /// is.
+    Value read(const DefaultsStore& defaults) const { return stored(defaults).value_or(defaultValue); }
 
     void write(DefaultsStore& defaults, const Value& value) const
     {
