@@ -3,19 +3,15 @@
 #include <sessions/SessionFormat.h>
 #include <support/CapturedOutput.h>
 #include <support/SessionWorld.h>
+#include <support/SmallDisk.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <memory>
+#include <optional>
 #include <string>
-
-#include <sched.h>
-#include <sys/mount.h>
-#include <unistd.h>
 
 namespace velmor {
 namespace {
@@ -26,46 +22,17 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::SizeIs;
 
-void writeToProc(const char* file, const std::string& text)
-{
-    std::ofstream(file) << text;
-}
-
-/// A view of the file systems for this process alone, in which it may mount. \return why not.
-std::string enterMountNamespace()
-{
-    const auto user = ::getuid();
-    const auto group = ::getgid();
-    const int flags = CLONE_NEWNS | (user == 0 ? 0 : CLONE_NEWUSER);
-    if (::unshare(flags) != 0)
-        return std::string("unshare: ") + std::strerror(errno);
-    if (user != 0) {
-        writeToProc("/proc/self/setgroups", "deny");
-        writeToProc("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
-        writeToProc("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
-    }
-    if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-        return std::string("mount: ") + std::strerror(errno);
-    return "";
-}
-
 class SmallDisk : public testing::Test
 {
 protected:
     void SetUp() override
     {
-        static const std::string problem = enterMountNamespace();
         disk = world.folder / "disk";
         std::filesystem::create_directory(disk);
-        const bool isMounted = problem.empty() && ::mount("none", disk.c_str(), "tmpfs", 0, "size=128k") == 0;
-        if (!isMounted)
-            GTEST_SKIP() << "no file system of its own: " << problem;
-        m_isMounted = true;
-    }
-    ~SmallDisk() override
-    {
-        if (m_isMounted)
-            ::umount2(disk.c_str(), MNT_DETACH);
+        fileSystem.emplace(disk, "128k");
+        // Not every container lets its processes mount, not even in a view of their own.
+        if (!fileSystem->problem().empty())
+            GTEST_SKIP() << "no file system of its own: " << fileSystem->problem();
     }
 
     void fill() const
@@ -76,18 +43,10 @@ protected:
         }
     }
 
-    void setReadOnly(bool isReadOnly) const
-    {
-        const unsigned long flags = isReadOnly ? MS_REMOUNT | MS_RDONLY : MS_REMOUNT;
-        ASSERT_EQ(::mount("none", disk.c_str(), "tmpfs", flags, "size=128k"), 0);
-    }
-
     test::CapturedOutput output;
     test::SessionWorld world;
     std::filesystem::path disk;
-
-private:
-    bool m_isMounted = false;
+    std::optional<test::SmallDisk> fileSystem;
 };
 
 TEST_F(SmallDisk, AFullDiskCostsNothingAndTheNextSaveWithSpaceSucceeds)
@@ -121,13 +80,13 @@ TEST_F(SmallDisk, AReadOnlyFolderCostsNothingAndTheNextSaveSucceeds)
 {
     const auto manager = world.manager(SessionStorage::inFolder(disk));
     world.runSession(*manager, "before");
-    setReadOnly(true);
+    ASSERT_TRUE(fileSystem->setReadOnly(true));
     world.runSession(*manager, "first");
     world.runSession(*manager, "second");
     EXPECT_THAT(manager->sessionHistory.get(), SizeIs(3));
     EXPECT_THAT(world.notifications.identifiers(), ElementsAre("velmor.session.savefail"));
     EXPECT_THAT(decodedHistory(contentOf(disk / "sessions.json")), SizeIs(1));
-    setReadOnly(false);
+    ASSERT_TRUE(fileSystem->setReadOnly(false));
     manager->saveHistory();
     EXPECT_EQ(decodedHistory(contentOf(disk / "sessions.json")), manager->sessionHistory.get());
     EXPECT_THAT(output.text(), HasSubstr("Failed to save session history: Read-only file system\n"));
