@@ -46,12 +46,14 @@ TEST(FileText, WhatIsNoFileIsAnErrorAndDoesNotBlock)
 TEST(FileText, AFileThatIsTooLargeForTheMemoryIsAnError)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    // Their allocators abort where the ordinary one throws.
     GTEST_SKIP() << "a sanitizer ends the program that asks for so much memory";
 #endif
     const test::TemporaryFolder folder;
     test::writeFile(folder / "sparse", "");
     std::error_code error;
     std::filesystem::resize_file(folder / "sparse", std::uintmax_t(1) << 43, error);
+    // Some file systems have a lower limit, even for a file that takes no room.
     if (error)
         GTEST_SKIP() << "no file of 8 TiB here: " << error.message();
     EXPECT_EQ(fileText(folder / "sparse", error), "");
