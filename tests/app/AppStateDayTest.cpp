@@ -200,5 +200,19 @@ TEST_F(AppStateDayTest, WithCaptureOffATickChangesNothing)
     EXPECT_EQ(hub.splTickCounter(), 50);
 }
 
+TEST(AppStateDay, InAnotherTimeZoneTheDayEndsAtItsMidnight)
+{
+    test::QuietLines quietLines;
+    test::HubHost host("2026-03-02T20:00:00Z", "Europe/Berlin");
+    AppState hub(host.host());
+    hub.doseCalculator.overrideDose(30);
+    host.calendar = Calendar::inZone("America/New_York").value();
+    hub.timeZoneChanged();
+    host.loop.runUntil(dateFromIsoText("2026-03-03T04:59:59Z").value());
+    EXPECT_NEAR(hub.doseCalculator.dosePercentage, 30, 1e-9);
+    host.loop.runUntil(dateFromIsoText("2026-03-03T05:00:00Z").value());
+    EXPECT_EQ(hub.doseCalculator.dosePercentage, 0);
+}
+
 } // namespace
 } // namespace velmor

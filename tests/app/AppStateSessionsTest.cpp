@@ -163,23 +163,72 @@ TEST_F(AppStateSessionsTest, WithAutoStartOffWorkstationsNeitherStartNorEndASess
 {
     AppState hub(host.host());
     hub.settings.autoStartSessions = false;
-    hub.workstationLaunched("REAPER");
+    host.workspace.launch("com.cockos.reaper");
     EXPECT_FALSE(hub.sessionManager.currentSession.get());
     hub.manualStartSession();
-    hub.workstationLaunched("REAPER");
+    host.workspace.launch("com.cockos.reaper");
     EXPECT_EQ(hub.sessionManager.currentSession.get()->dawName, "Manual");
-    hub.allWorkstationsQuit();
+    host.workspace.terminate("com.cockos.reaper");
     EXPECT_TRUE(hub.sessionManager.currentSession.get());
 }
 
 TEST_F(AppStateSessionsTest, WithAutoStartOnTheyDo)
 {
     AppState hub(host.host());
-    hub.workstationLaunched("REAPER");
+    host.workspace.launch("com.cockos.reaper");
     EXPECT_EQ(hub.sessionManager.currentSession.get()->dawName, "REAPER");
-    hub.allWorkstationsQuit();
+    host.workspace.terminate("com.cockos.reaper");
     EXPECT_FALSE(hub.sessionManager.currentSession.get());
     EXPECT_THAT(hub.sessionManager.sessionHistory.get(), SizeIs(1));
+}
+
+TEST_F(AppStateSessionsTest, AWorkstationThatRunsAtTheStartBeginsASession)
+{
+    host.workspace.running = {{"com.bitwig.studio", "Bitwig"}};
+    AppState hub(host.host());
+    ASSERT_TRUE(hub.sessionManager.currentSession.get());
+    EXPECT_EQ(hub.sessionManager.currentSession.get()->dawName, "Bitwig Studio");
+    EXPECT_TRUE(hub.audioService.isRunning);
+}
+
+TEST_F(AppStateSessionsTest, AWorkstationThatRunsAtTheStartBeginsNoneWithAutoStartOff)
+{
+    host.defaults.set("autoStartSessions", false);
+    host.workspace.running = {{"com.bitwig.studio", "Bitwig"}};
+    AppState hub(host.host());
+    EXPECT_FALSE(hub.sessionManager.currentSession.get());
+}
+
+TEST_F(AppStateSessionsTest, ASessionWithoutInputIsMeasuredOnceThereIsOne)
+{
+    host.audio.authorization = CaptureAuthorization::denied;
+    AppState hub(host.host());
+    hub.manualStartSession();
+    EXPECT_FALSE(hub.audioService.isRunning);
+    host.audio.authorization = CaptureAuthorization::authorized;
+    host.audio.changed();
+    host.loop.runPosted();
+    EXPECT_TRUE(hub.audioService.isRunning);
+    hub.endSession();
+    host.audio.changed();
+    host.loop.runPosted();
+    EXPECT_FALSE(hub.audioService.isRunning);
+}
+
+TEST_F(AppStateSessionsTest, ADeviceThatComesBackAfterItsSessionHasEndedStartsNothing)
+{
+    AppState hub(host.host());
+    hub.settings.selectedDeviceUID = "mic";
+    hub.manualStartSession();
+    const auto devices = host.audio.inputs;
+    host.audio.unplug("mic");
+    host.audio.engine().changeConfiguration();
+    host.loop.runFor(1);
+    EXPECT_FALSE(hub.sessionManager.currentSession.get());
+    host.audio.inputs = devices;
+    host.audio.changed();
+    host.loop.runFor(1);
+    EXPECT_FALSE(hub.audioService.isRunning);
 }
 
 TEST_F(AppStateSessionsTest, AnEndResetsTheStatisticsAndSendsARecap)

@@ -12,22 +12,25 @@ namespace {
 
 TEST(DefaultsEncoding, EachTypeComesBackAsItself)
 {
-    const std::vector<DefaultsValue> values = {true,
-                                               false,
-                                               std::int64_t(0),
-                                               std::int64_t(1),
-                                               std::numeric_limits<std::int64_t>::min(),
-                                               0.0,
-                                               -0.0,
-                                               94.0,
-                                               5e-324,
-                                               std::numeric_limits<double>::infinity(),
-                                               std::string(),
-                                               std::string("Größe\0!", 8),
-                                               DefaultsData(),
-                                               DefaultsData{std::byte(0), std::byte(255)},
-                                               Date(),
-                                               Date(std::chrono::hours(-24 * 365 * 200))};
+    const std::vector<DefaultsValue> values = {
+        true,
+        false,
+        std::int64_t(0),
+        std::int64_t(1),
+        std::numeric_limits<std::int64_t>::min(),
+        0.0,
+        -0.0,
+        94.0,
+        5e-324,
+        std::numeric_limits<double>::infinity(),
+        std::string(),
+        std::string("Größe\0!", 8),
+        DefaultsData(),
+        DefaultsData{std::byte(0), std::byte(255)},
+        Date(),
+        Date(std::chrono::hours(-24 * 365 * 200)),
+        DefaultsDictionary(),
+        DefaultsDictionary{{"org.ardour.Ardour", "Ardour 8 \"β\"\n"}, {"", ""}}};
     for (const DefaultsValue& value : values)
         EXPECT_EQ(decodeDefaultsValue(typeName(value), encodedDefaultsValue(value)), value)
             << typeName(value);
@@ -38,6 +41,15 @@ TEST(DefaultsEncoding, ADoubleThatIsNoNumberComesBackAsAbsent)
     const DefaultsValue value = std::nan("");
     EXPECT_TRUE(std::holds_alternative<std::monostate>(encodedDefaultsValue(value)));
     EXPECT_EQ(decodeDefaultsValue("double", encodedDefaultsValue(value)), std::nullopt);
+}
+
+TEST(DefaultsEncoding, ADictionaryIsAnObjectOfTextsAndNothingElse)
+{
+    EXPECT_EQ(decodeDefaultsValue("dictionary", std::string_view(R"({"a": "b"})")),
+              DefaultsValue(DefaultsDictionary{{"a", "b"}}));
+    for (const std::string_view text :
+         {"", "[]", "{", "\"a\"", R"({"a": 1})", R"({"a": {"b": "c"}})", R"({"a": null})", R"({"a": "b"} x)"})
+        EXPECT_EQ(decodeDefaultsValue("dictionary", text), std::nullopt) << text;
 }
 
 TEST(DefaultsEncoding, ADateAtTheEndOfTimeIsNoValue)

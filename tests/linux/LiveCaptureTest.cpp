@@ -4,6 +4,7 @@
 #include <linux/PipeWireCapture.h>
 #include <linux/PipeWireGraph.h>
 #include <linux/PollMainLoop.h>
+#include <platform/MemoryDefaultsStore.h>
 #include <support/PrivateAudioSession.h>
 #include <support/Sound.h>
 #include <support/WriteSound.h>
@@ -45,7 +46,7 @@ protected:
         graph = std::make_unique<PipeWireGraph>(loop);
         ASSERT_TRUE(graph->isConnected());
         capture = std::make_unique<PipeWireCapture>(loop, *graph);
-        manager = std::make_unique<AudioDeviceManager>(*graph);
+        manager = std::make_unique<AudioDeviceManager>(loop, *graph, defaults);
         service = std::make_unique<AudioMeasurementService>(loop, *capture, *manager, 94);
         service->onDeviceDisconnected = [this] { ++disconnections; };
     }
@@ -88,6 +89,7 @@ protected:
     std::unique_ptr<test::Companion> player;
     std::unique_ptr<PipeWireGraph> graph;
     std::unique_ptr<PipeWireCapture> capture;
+    MemoryDefaultsStore defaults;
     std::unique_ptr<AudioDeviceManager> manager;
     std::unique_ptr<AudioMeasurementService> service;
     int disconnections = 0;
@@ -103,6 +105,101 @@ TEST_F(LiveCaptureTest, ListsTheMicrophoneWithItsChannels)
     EXPECT_TRUE(found->hasInput);
     EXPECT_EQ(graph->inputChannelCount(found->id), 2);
     EXPECT_EQ(graph->inputChannelCount(found->id + 1000), 0);
+    EXPECT_EQ(graph->inputChannelName(found->id, 0), "Front Left");
+    EXPECT_EQ(graph->inputChannelName(found->id, 1), "Front Right");
+    EXPECT_EQ(graph->inputChannelName(found->id, 2), std::nullopt);
+    EXPECT_EQ(graph->inputChannelName(found->id, -1), std::nullopt);
+    EXPECT_EQ(graph->inputChannelName(found->id + 1000, 0), std::nullopt);
+}
+
+TEST_F(LiveCaptureTest, NamesTheChannelsInPlainWordsAndNumbersTheOthers)
+{
+    session.createNode("manymic", "Audio/Source/Virtual", "FC AUX3 UNK");
+    manager->selectDevice("manymic");
+    ASSERT_TRUE(runUntil([this] { return manager->availableInputChannels.get().size() == 3; }));
+    EXPECT_EQ(manager->availableInputChannels.get()[0].name, "Front Center");
+    EXPECT_EQ(manager->availableInputChannels.get()[1].name, "AUX 3");
+    EXPECT_EQ(manager->availableInputChannels.get()[2].name, "Channel 3");
+}
+
+TEST_F(LiveCaptureTest, TheManagerFollowsDevicesThatComeAndGo)
+{
+    const auto uids = [](const std::vector<AudioDevice>& devices) {
+        std::vector<std::string> names;
+        for (const AudioDevice& device : devices)
+            names.push_back(device.uid);
+        return names;
+    };
+    const std::vector<std::string> before = {"testmic"};
+    const std::vector<std::string> with = {"testmic", "another", "both"};
+    const std::vector<std::string> outputs = {"both", "speakers"};
+    EXPECT_EQ(uids(manager->inputDevices), before);
+    session.createNode("another", "Audio/Source/Virtual", "MONO", "device.vendor.name=\"Acme Audio\"");
+    session.createNode("both", "Audio/Duplex", "FL FR");
+    session.createNode("speakers", "Audio/Sink", "FL FR");
+    ASSERT_TRUE(runUntil([&] { return uids(manager->inputDevices) == with; }));
+    ASSERT_TRUE(runUntil([&] { return uids(manager->outputDevices) == outputs; }));
+    EXPECT_EQ(manager->inputDevices.get()[1].displayName(), "Test Microphone (Acme Audio)");
+    EXPECT_EQ(manager->inputDevices.get()[2].id, manager->outputDevices.get()[0].id);
+    EXPECT_TRUE(manager->inputDevices.get()[2].hasInput);
+    EXPECT_FALSE(manager->outputDevices.get()[0].hasInput);
+    for (const char* name : {"another", "both", "speakers"})
+        session.removeMicrophone(name);
+    ASSERT_TRUE(runUntil([&] { return uids(manager->inputDevices) == before; }));
+    EXPECT_TRUE(runUntil([&] { return manager->outputDevices.get().empty(); }));
+}
+
+TEST_F(LiveCaptureTest, ADeviceThatAlsoPlaysIsMeasuredLikeAnyOther)
+{
+    session.createNode("both", "Audio/Duplex", "FL FR");
+    // What it plays is what it captures; the other microphone is there, 20 dB louder.
+    test::writeSound(session / "soft.wav",
+                     {test::sine(1000, 0.05, 48000, 60 * 48000), test::sine(1000, 0.02, 48000, 60 * 48000)},
+                     48000);
+    const auto softPlayer = session.playInto("both", session / "soft.wav", "playback");
+    ASSERT_TRUE(runUntil([this] { return manager->inputDevices.get().size() == 2; }));
+    manager->selectDevice("both");
+    for (const auto& [channel, amplitude] : {std::pair(0, 0.05), std::pair(1, 0.02)}) {
+        manager->selectedChannelIndex = channel;
+        service->start();
+        ASSERT_TRUE(service->isRunning);
+        runFor(2);
+        EXPECT_NEAR(service->currentSPL, levelOfSine(amplitude, 94), 0.2) << channel;
+        service->stop();
+    }
+}
+
+TEST_F(LiveCaptureTest, AServerThatComesBackIsConnectedToAndMeasuredAgain)
+{
+    manager->selectDevice("testmic");
+    for (int round = 0; round < 3; ++round) {
+        player.reset();
+        session.killPipeWire();
+        ASSERT_TRUE(runUntil([this] { return manager->inputDevices.get().empty(); }));
+        EXPECT_FALSE(graph->isConnected());
+        EXPECT_EQ(manager->selectedDeviceUID.get(), "testmic");
+        session.startPipeWire();
+        session.createMicrophone("testmic");
+        player = session.playInto("testmic", session / "tones.wav");
+        ASSERT_TRUE(runUntil([this] { return manager->selectedDeviceID().has_value(); }));
+        service->start();
+        ASSERT_TRUE(service->isRunning);
+        runFor(2);
+        EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+        service->stop();
+    }
+}
+
+TEST_F(LiveCaptureTest, AServerThatComesAfterTheProgramIsFound)
+{
+    player.reset();
+    session.killPipeWire();
+    PipeWireGraph early(loop);
+    EXPECT_FALSE(early.isConnected());
+    session.startPipeWire();
+    session.createMicrophone("testmic");
+    EXPECT_TRUE(runUntil([&] { return early.inputDevices().size() == 1; }));
+    EXPECT_TRUE(early.isConnected());
 }
 
 TEST_F(LiveCaptureTest, MeasuresTheChannelThatIsChosenAndNoOther)

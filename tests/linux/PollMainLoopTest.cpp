@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include <unistd.h>
+
 namespace velmor {
 namespace {
 
@@ -146,6 +148,56 @@ TEST(PollMainLoop, AClockTimerOfThePastRunsAtOnceAndAmongOtherTimers)
     loop.run();
     EXPECT_TRUE(isLate);
     EXPECT_GT(ticks, 5);
+}
+
+TEST(PollMainLoop, AWatchRunsItsTaskWhileItsDescriptorIsReadable)
+{
+    PollMainLoop loop;
+    int ends[2] = {};
+    ASSERT_EQ(::pipe(ends), 0);
+    std::string received;
+    auto watch = loop.watch(ends[0], [&] {
+        char byte = 0;
+        ASSERT_EQ(::read(ends[0], &byte, 1), 1);
+        received += byte;
+        if (byte == 'z')
+            loop.quit();
+    });
+    loop.after(0.01, [&] { ASSERT_EQ(::write(ends[1], "abz", 3), 3); });
+    loop.run();
+    EXPECT_EQ(received, "abz");
+
+    watch.reset();
+    ASSERT_EQ(::write(ends[1], "c", 1), 1);
+    loop.after(0.02, [&] { loop.quit(); });
+    loop.run();
+    EXPECT_EQ(received, "abz");
+    ::close(ends[0]);
+    ::close(ends[1]);
+}
+
+TEST(PollMainLoop, AWatchMayEndItselfAndOthersInItsTask)
+{
+    PollMainLoop loop;
+    int ends[2] = {};
+    ASSERT_EQ(::pipe(ends), 0);
+    ASSERT_EQ(::write(ends[1], "a", 1), 1);
+    const int other = ::dup(ends[0]);
+    int runs = 0;
+    std::unique_ptr<DescriptorWatch> first;
+    std::unique_ptr<DescriptorWatch> second;
+    const auto endBoth = [&] {
+        ++runs;
+        first.reset();
+        second.reset();
+        loop.after(0.02, [&] { loop.quit(); });
+    };
+    first = loop.watch(ends[0], endBoth);
+    second = loop.watch(other, endBoth);
+    loop.run();
+    EXPECT_EQ(runs, 1);
+    for (const int descriptor : {ends[0], ends[1], other})
+        ::close(descriptor);
 }
 
 } // namespace

@@ -191,7 +191,7 @@ void HubSimulation::startSession(const std::string& name, bool byWorkstation)
     note("start");
     const bool isOther = !m_hub->sessionManager.currentSession.get();
     if (byWorkstation)
-        m_hub->workstationLaunched(name);
+        m_hub->dawDetection.onDAWLaunched(name);
     else
         m_hub->startSession(name);
     if (!m_hub->sessionManager.currentSession.get())
@@ -210,7 +210,7 @@ void HubSimulation::endSession(bool byWorkstation)
     const std::int64_t ticks = m_hub->splTickCounter() - m_ticksAtBegin;
     m_historyIsOnDisk = m_historyIsOnDisk && !m_isDiskFull;
     if (byWorkstation)
-        m_hub->allWorkstationsQuit();
+        m_hub->dawDetection.onAllDAWsQuit();
     else
         m_hub->endSession();
     m_host.loop.runPosted();

@@ -3,6 +3,7 @@
 
 #include <base/VirtualMainLoop.h>
 #include <level/AudioMeasurementService.h>
+#include <platform/MemoryDefaultsStore.h>
 #include <support/FakeAudio.h>
 
 #include <gtest/gtest.h>
@@ -20,7 +21,7 @@ protected:
     AudioMeasurement()
     {
         testing::internal::CaptureStdout();
-        manager = std::make_unique<AudioDeviceManager>(audio);
+        manager = std::make_unique<AudioDeviceManager>(loop, audio, defaults);
         manager->selectDevice("mic");
         service = std::make_unique<AudioMeasurementService>(loop, audio, *manager, 94);
         service->onDeviceDisconnected = [this] { ++disconnections; };
@@ -43,6 +44,7 @@ protected:
 
     FakeAudio audio;
     VirtualMainLoop loop{dateFromIsoText("2026-03-02T09:00:00Z").value()};
+    MemoryDefaultsStore defaults;
     std::unique_ptr<AudioDeviceManager> manager;
     std::unique_ptr<AudioMeasurementService> service;
     int disconnections = 0;

@@ -4,6 +4,8 @@
 #include <platform/AudioCapture.h>
 #include <platform/AudioHardware.h>
 
+#include <boost/signals2/signal.hpp>
+
 #include <algorithm>
 #include <cstdint>
 #include <functional>
@@ -105,6 +107,8 @@ struct FakeAudio final : AudioHardware, AudioCapture
                                        {12, "Interface", "Acme", "interface", true}};
     std::vector<AudioDevice> outputs = {{12, "Interface", "Acme", "interface", false}};
     std::map<std::uint32_t, int> channelCounts = {{11, 2}, {12, 8}};
+    std::map<std::pair<std::uint32_t, int>, std::string> channelNames;
+    boost::signals2::signal<void()> changed;
     CaptureAuthorization authorization = CaptureAuthorization::authorized;
     std::function<void(bool)> accessAnswer;
     std::function<void(FakeEngine&)> prepareEngine;
@@ -116,6 +120,15 @@ struct FakeAudio final : AudioHardware, AudioCapture
     {
         const auto found = channelCounts.find(id);
         return found != channelCounts.end() ? found->second : 0;
+    }
+    std::optional<std::string> inputChannelName(std::uint32_t id, int channel) const override
+    {
+        const auto found = channelNames.find({id, channel});
+        return found != channelNames.end() ? std::optional(found->second) : std::nullopt;
+    }
+    Subscription onChange(const std::function<void()>& callback) override
+    {
+        return changed.connect(callback);
     }
     CaptureAuthorization authorizationStatus() const override { return authorization; }
     void requestAccess(std::function<void(bool granted)> answer) override

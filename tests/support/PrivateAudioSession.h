@@ -60,30 +60,22 @@ public:
                                           std::pair("PIPEWIRE_RUNTIME_DIR", m_folder.path().native())})
             ::setenv(name, value.c_str(), 1);
         try {
-            m_companions.push_back(std::make_unique<Companion>(
+            m_bus = std::make_unique<Companion>(
                 std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--nopidfile",
                                          "--address=unix:path=" + socket("bus")},
-                log("bus")));
+                log("bus"));
             waitForFile("bus");
-            m_companions.push_back(
-                std::make_unique<Companion>(std::vector<std::string>{"pipewire"}, log("pipewire")));
-            m_pipeWire = m_companions.back().get();
-            waitForFile("pipewire-0");
             keepHardwareOut();
-            m_companions.push_back(
-                std::make_unique<Companion>(std::vector<std::string>{"wireplumber"}, log("wireplumber")));
-            if (!waitUntil([] {
-                    return run({"pw-cli", "ls", "Client"}).output.find("WirePlumber") != std::string::npos;
-                }))
-                throw std::runtime_error("wireplumber did not come up");
+            startPipeWire();
         } catch (const std::runtime_error& error) {
             m_problem = error.what();
         }
     }
     ~PrivateAudioSession()
     {
-        while (!m_companions.empty())
-            m_companions.pop_back();
+        m_wirePlumber.reset();
+        m_pipeWire.reset();
+        m_bus.reset();
     }
     PrivateAudioSession(const PrivateAudioSession&) = delete;
     PrivateAudioSession& operator=(const PrivateAudioSession&) = delete;
@@ -96,20 +88,26 @@ public:
     /// A virtual microphone of two channels. What is played into its inputs comes out of it.
     void createMicrophone(const std::string& name) const
     {
+        createNode(name, "Audio/Source/Virtual", "FL FR");
+    }
+
+    /// A virtual device of any class. \return when it has its ports.
+    void createNode(const std::string& name, const std::string& mediaClass, const std::string& positions,
+                    const std::string& properties = {}) const
+    {
         run({"pw-cli", "create-node", "adapter",
              "{ factory.name=support.null-audio-sink node.name=" + name +
-                 " node.description=\"Test Microphone\" media.class=Audio/Source/Virtual object.linger=true "
-                 "audio.position=[FL FR] }"});
-        waitUntil([&] {
-            return run({"pw-link", "-i"}).output.find(name + ":input_FR") != std::string::npos;
-        });
+                 " node.description=\"Test Microphone\" media.class=" + mediaClass +
+                 " object.linger=true audio.position=[" + positions + "] " + properties + " }"});
+        waitUntil([&] { return run({"pw-link", "-i"}).output.find(name + ":") != std::string::npos; });
     }
 
     void removeMicrophone(const std::string& name) const { run({"pw-cli", "destroy", name}); }
 
     /// Plays a sound file of two channels into the microphone until the result is destroyed. The
     /// session manager links players to loudspeakers only, so the ports are linked here.
-    std::unique_ptr<Companion> playInto(const std::string& microphone, const std::string& file) const
+    std::unique_ptr<Companion> playInto(const std::string& microphone, const std::string& file,
+                                        const std::string& portPrefix = "input") const
     {
         const std::string name = "player-of-" + microphone;
         auto player = std::make_unique<Companion>(
@@ -118,7 +116,8 @@ public:
             log(name));
         for (const std::string channel : {"FL", "FR"}) {
             waitUntil([&] {
-                return run({"pw-link", name + ":output_" + channel, microphone + ":input_" + channel})
+                return run({"pw-link", name + ":output_" + channel,
+                            microphone + ":" + portPrefix + "_" + channel})
                            .status == 0;
             });
         }
@@ -126,7 +125,27 @@ public:
     }
 
     /// Ends PipeWire as a crash does.
-    void killPipeWire() const { m_pipeWire->kill(); }
+    void killPipeWire()
+    {
+        m_pipeWire->kill();
+        m_wirePlumber.reset();
+        m_pipeWire.reset();
+    }
+
+    /// Starts it again, with a new session manager; no device is there then.
+    void startPipeWire()
+    {
+        // A socket that was left behind would look like one that is ready.
+        std::filesystem::remove(m_folder / "pipewire-0");
+        m_pipeWire = std::make_unique<Companion>(std::vector<std::string>{"pipewire"}, log("pipewire"));
+        waitForFile("pipewire-0");
+        m_wirePlumber =
+            std::make_unique<Companion>(std::vector<std::string>{"wireplumber"}, log("wireplumber"));
+        if (!waitUntil([] {
+                return run({"pw-cli", "ls", "Client"}).output.find("WirePlumber") != std::string::npos;
+            }))
+            throw std::runtime_error("wireplumber did not come up");
+    }
 
     /// Repeats the question every 20 ms until it is answered with yes, at most 10 seconds long.
     template <typename Question>
@@ -164,8 +183,9 @@ private:
     }
 
     TemporaryFolder m_folder;
-    std::vector<std::unique_ptr<Companion>> m_companions;
-    Companion* m_pipeWire = nullptr;
+    std::unique_ptr<Companion> m_bus;
+    std::unique_ptr<Companion> m_pipeWire;
+    std::unique_ptr<Companion> m_wirePlumber;
     std::string m_problem;
 };
 

@@ -17,8 +17,10 @@ double offsetForSelectedDevice(AudioDeviceManager& deviceManager, const AppSetti
 } // namespace
 
 AppState::AppState(const Host& host)
-    : deviceManager(host.hardware)
+    : deviceManager(host.loop, host.hardware, host.defaults)
     , doseCalculator(host.loop, host.defaults, host.calendar)
+    , dawDetection(host.workspace, host.defaults)
+    , dawIcons(host.workspace, host.defaults)
     , sessionManager(host.loop, host.defaults, host.calendar, host.notificationCenter, host.sessionStorage,
                      host.bundle)
     , referenceTracker(host.defaults, tickIntervalSeconds)
@@ -35,6 +37,7 @@ AppState::AppState(const Host& host)
     settings.launchAtLogin = m_loginItem.isEnabled();
     doseCalculator.restorePersistedDose();
     reconcileDose();
+    setupDAWCallbacks();
     setupDoseCallbacks();
     setupAudioServiceCallbacks();
     setupAlertCallbacks();
@@ -46,6 +49,8 @@ AppState::AppState(const Host& host)
     startSPLFeed();
     scheduleMidnightReset();
     forwardChanges();
+    if (dawDetection.isDAWRunning)
+        dawDetection.onDAWLaunched(dawDetection.primaryDAWName());
 }
 
 void AppState::setupSettings()
@@ -65,6 +70,18 @@ void AppState::setupSettings()
     settings.launchAtLogin.afterWriting = [this](bool isWanted) { applyLaunchAtLogin(isWanted); };
 }
 
+void AppState::setupDAWCallbacks()
+{
+    dawDetection.onDAWLaunched = [this](const std::string& dawName) {
+        if (settings.autoStartSessions)
+            startSession(dawName);
+    };
+    dawDetection.onAllDAWsQuit = [this] {
+        if (settings.autoStartSessions)
+            endSession();
+    };
+}
+
 void AppState::setupDoseCallbacks()
 {
     doseCalculator.onThresholdCrossed = [this](DoseLevel level) {
@@ -82,6 +99,20 @@ void AppState::setupAudioServiceCallbacks()
         endSession();
         notifications.sendDeviceDisconnectedNotification();
     };
+    m_subscriptions.push_back(
+        deviceManager.inputDevices.subscribe([this](const auto&) { followInputDevices(); }));
+}
+
+// The right to listen may come with the audio server, and a session that could not be measured, because the
+// server was away, is measured from here on. Waits for the end of whatever has listed the devices.
+void AppState::followInputDevices()
+{
+    m_loop.post(m_lifetime.guarded([this] {
+        if (!audioService.hasPermission)
+            audioService.checkPermission();
+        if (sessionManager.currentSession.get() && !audioService.isRunning)
+            audioService.start();
+    }));
 }
 
 void AppState::setupAlertCallbacks()
@@ -94,23 +125,12 @@ void AppState::setupAlertCallbacks()
     };
 }
 
-void AppState::workstationLaunched(const std::string& dawName)
-{
-    if (settings.autoStartSessions)
-        startSession(dawName);
-}
-
-void AppState::allWorkstationsQuit()
-{
-    if (settings.autoStartSessions)
-        endSession();
-}
-
 void AppState::forwardChanges()
 {
     forwardChangesOf(sessionManager);
     forwardChangesOf(audioService);
     forwardChangesOf(doseCalculator);
+    forwardChangesOf(dawDetection);
     forwardChangesOf(deviceManager);
     forwardChangesOf(referenceTracker);
     forwardChangesOf(alertDetector);
@@ -165,6 +185,7 @@ void AppState::refreshAfterTovikImport()
     sessionManager.loadHistory();
     doseCalculator.restorePersistedDose();
     reconcileDose();
+    dawDetection.reloadCustomDAWs();
     referenceTracker.reloadSettings();
     alertDetector.reloadSettings();
     settings.takeImported();

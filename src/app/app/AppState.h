@@ -2,6 +2,8 @@
 #pragma once
 
 #include <app/AppSettings.h>
+#include <app/DAWDetectionService.h>
+#include <app/DAWIconResolver.h>
 #include <app/MonitoringPauseService.h>
 #include <app/NotificationPolicy.h>
 #include <base/Calendar.h>
@@ -20,6 +22,7 @@
 #include <platform/DefaultsStore.h>
 #include <platform/LoginItem.h>
 #include <platform/NotificationCenter.h>
+#include <platform/Workspace.h>
 #include <sessions/SessionManager.h>
 #include <sessions/SessionStorage.h>
 
@@ -35,11 +38,12 @@ struct Host
 {
     MainLoop& loop;
     AudioCapture& capture;
-    const AudioHardware& hardware;
+    AudioHardware& hardware;
     DefaultsStore& defaults;
     const Calendar& calendar;
     NotificationCenter& notificationCenter;
     LoginItem& loginItem;
+    Workspace& workspace;
     SessionStorage sessionStorage;
     SessionManager::Bundle bundle = SessionManager::Bundle::none;
 };
@@ -60,11 +64,13 @@ public:
     static constexpr double tickIntervalSeconds = 0.1;
 
     /// Restores the day's dose, reconciles it with the history, and starts the tick and the timer for
-    /// the next midnight.
+    /// the next midnight. A workstation that is running already begins a session as one that starts does.
     explicit AppState(const Host& host);
 
     AudioDeviceManager deviceManager;
     DoseCalculator doseCalculator;
+    DAWDetectionService dawDetection;
+    DAWIconResolver dawIcons;
     SessionManager sessionManager;
     ReferenceLevelTracker referenceTracker;
     MonitoringPauseService pauseService;
@@ -101,12 +107,6 @@ public:
     /// matters.
     void endSession();
 
-    /// The first workstation has started.
-    void workstationLaunched(const std::string& dawName);
-
-    /// The last workstation has quit.
-    void allWorkstationsQuit();
-
     void requestOpenReport(const Session& session);
 
     /// Removes a session from the history. One of today takes its share of the day's dose with it.
@@ -120,13 +120,18 @@ public:
     /// What was captured, once.
     std::optional<FocusPreEnableSessionState> consumeFocusPreEnableSessionState();
 
+    /// The calendar that the hub was given answers for another time zone now.
+    void timeZoneChanged() { scheduleMidnightReset(); }
+
     /// Brings the services back in step with what an import wrote to the store and to the disk.
     void refreshAfterTovikImport();
 
 private:
     void setupSettings();
+    void setupDAWCallbacks();
     void setupDoseCallbacks();
     void setupAudioServiceCallbacks();
+    void followInputDevices();
     void setupAlertCallbacks();
     void forwardChanges();
     void forwardChangesOf(ObservableObject& child);

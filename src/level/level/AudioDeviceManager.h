@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <base/Lifetime.h>
+#include <base/MainLoop.h>
 #include <base/Observable.h>
 #include <platform/AudioHardware.h>
+#include <platform/DefaultsStore.h>
 
 #include <cstdint>
 #include <optional>
@@ -21,11 +24,13 @@ struct AudioChannel
 };
 
 /// The program's view of the audio hardware: which devices there are, and which input device and
-/// channel is meant. Main thread.
+/// channel is meant. Follows the hardware: what changes there is listed anew in the next turn of the loop.
+/// Main thread.
 class AudioDeviceManager final : public ObservableObject
 {
 public:
-    explicit AudioDeviceManager(const AudioHardware& hardware);
+    /// Restores the channel, not yet held against any device: that is done when the device is next seen.
+    AudioDeviceManager(MainLoop& loop, AudioHardware& hardware, DefaultsStore& defaults);
 
     Published<std::vector<AudioDevice>> inputDevices{*this, {}};
     Published<std::vector<AudioDevice>> outputDevices{*this, {}};
@@ -36,7 +41,7 @@ public:
     /// The channels of the selected device; a single one named "Default" while it is not there.
     Published<std::vector<AudioChannel>> availableInputChannels{*this, {}};
 
-    /// Index of the channel that is measured.
+    /// Index of the channel that is measured. Each assignment is written to the store.
     Published<int> selectedChannelIndex{*this, 0};
 
     /// Lists the devices anew, then the channels.
@@ -55,7 +60,12 @@ public:
     void updateAvailableChannels();
 
 private:
-    const AudioHardware& m_hardware;
+    std::vector<AudioChannel> inputChannels(std::uint32_t deviceID) const;
+
+    AudioHardware& m_hardware;
+    Subscription m_channelPersistence;
+    Subscription m_hardwareChanges;
+    Lifetime m_lifetime;
 };
 
 } // namespace velmor

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/DefaultsEncoding.h>
 
+#include <base/JsonWriter.h>
+
+#include <simdjson.h>
+
 #include <array>
 #include <cmath>
 #include <string>
+#include <utility>
 
 namespace velmor {
 
@@ -11,7 +16,7 @@ namespace {
 
 /// In the order of the alternatives of DefaultsValue.
 constexpr std::array<std::string_view, std::variant_size_v<DefaultsValue>> typeNames = {
-    "boolean", "integer", "double", "string", "data", "date"};
+    "boolean", "integer", "double", "string", "data", "date", "dictionary"};
 
 constexpr std::chrono::hours dateMargin(48);
 
@@ -28,7 +33,33 @@ struct Encoder
     DatabaseColumn operator()(const std::string& text) const { return std::string_view(text); }
     DatabaseColumn operator()(const DefaultsData& data) const { return std::span<const std::byte>(data); }
     DatabaseColumn operator()(Date date) const { return date.time_since_epoch().count(); }
+    DatabaseColumn operator()(const DefaultsDictionary& dictionary) const
+    {
+        JsonWriter writer(JsonWriter::Layout::compact);
+        writer.beginObject();
+        for (const auto& [key, text] : dictionary)
+            writer.member(key, std::string_view(text));
+        writer.endObject();
+        return std::move(writer).text().value();
+    }
 };
+
+/// Absent for anything but an object of texts.
+std::optional<DefaultsValue> decodeDictionary(std::string_view json)
+{
+    DefaultsDictionary dictionary;
+    simdjson::dom::parser parser;
+    simdjson::dom::object object;
+    if (parser.parse(json.data(), json.size()).get(object) != simdjson::SUCCESS)
+        return std::nullopt;
+    for (const auto& [key, member] : object) {
+        std::string_view text;
+        if (member.get(text) != simdjson::SUCCESS)
+            return std::nullopt;
+        dictionary.insert_or_assign(std::string(key), std::string(text));
+    }
+    return dictionary;
+}
 
 } // namespace
 
@@ -61,6 +92,10 @@ std::optional<DefaultsValue> decodeDefaultsValue(std::string_view type, const Da
         return std::string(*text);
     if (const auto* blob = std::get_if<std::span<const std::byte>>(&column); type == "data" && blob)
         return DefaultsData(blob->begin(), blob->end());
+    if (const auto* text = std::get_if<std::string_view>(&column); type == "dictionary" && text)
+        return decodeDictionary(*text);
+    if (const auto* text = std::get_if<std::string>(&column))
+        return decodeDefaultsValue(type, std::string_view(*text));
     return std::nullopt;
 }
 

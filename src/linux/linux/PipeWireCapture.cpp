@@ -121,6 +121,10 @@ public:
         // begins with the one that it remembers. A new default is learnt from the graph.
         pw_properties_set(properties, PW_KEY_TARGET_OBJECT, m_input.name.c_str());
         pw_properties_set(properties, PW_KEY_NODE_DONT_RECONNECT, "true");
+        // The session manager takes a node that also plays for an output: what it captures is then asked for
+        // in the way of a monitor.
+        if (m_input.isDuplex)
+            pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
         m_stream = pw_stream_new(m_graph.core(), "Level measurement", properties);
         if (!m_stream)
             return failed(errno);

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/PipeWireGraph.h>
 
+#include <linux/ChannelName.h>
+
 #include <fmt/format.h>
 
+#include <pipewire/device.h>
 #include <pipewire/extensions/metadata.h>
 #include <pipewire/node.h>
 #include <pipewire/pipewire.h>
@@ -21,6 +24,9 @@ namespace velmor {
 namespace {
 
 constexpr std::uint32_t fallbackSampleRate = 48000;
+
+/// A server that is restarted is back within a few of these.
+constexpr double retryIntervalSeconds = 0.1;
 
 /// How long the constructor waits for the first picture of the graph.
 constexpr int firstPictureSeconds = 3;
@@ -111,13 +117,9 @@ public:
         if (!m_context || pw_thread_loop_start(m_loop) != 0)
             return;
 
-        const PipeWireLock lock(m_loop);
-        m_core = pw_context_connect(m_context, nullptr, 0);
-        if (!m_core)
+        if (!connect())
             return;
-        pw_core_add_listener(m_core, &m_coreListener, &coreEvents, this);
-        m_registry = pw_core_get_registry(m_core, PW_VERSION_REGISTRY, 0);
-        pw_registry_add_listener(m_registry, &m_registryListener, &registryEvents, this);
+        const PipeWireLock lock(m_loop);
         // The first round brings the list of objects, the second what they say of themselves.
         for (int round = 0; round < 2 && !m_isBroken; ++round) {
             m_awaitedSequence = pw_core_sync(m_core, PW_ID_CORE, 0);
@@ -126,6 +128,29 @@ public:
                     return;
             }
         }
+    }
+
+    /// Asks for a connection anew, where there is none. Doesn't wait for the picture of the graph.
+    bool connect()
+    {
+        if (!m_context)
+            return false;
+        const PipeWireLock lock(m_loop);
+        disconnect();
+        m_core = pw_context_connect(m_context, nullptr, 0);
+        m_isBroken = false;
+        if (!m_core)
+            return false;
+        pw_core_add_listener(m_core, &m_coreListener, &coreEvents, this);
+        m_registry = pw_core_get_registry(m_core, PW_VERSION_REGISTRY, 0);
+        pw_registry_add_listener(m_registry, &m_registryListener, &registryEvents, this);
+        return true;
+    }
+
+    bool isConnected() const
+    {
+        const PipeWireLock lock(m_loop);
+        return m_core != nullptr && !m_isBroken;
     }
 
     ~Connection()
@@ -140,6 +165,16 @@ public:
         pw_deinit();
     }
 
+    /// An object behind the nodes: it knows who made the thing.
+    struct Device
+    {
+        Connection* connection = nullptr;
+        pw_proxy* proxy = nullptr;
+        spa_hook listener = {};
+        std::uint32_t id = 0;
+        std::string vendor;
+    };
+
     struct Node
     {
         Connection* connection = nullptr;
@@ -148,6 +183,7 @@ public:
         AudioDevice device;
         bool isSource = false;
         bool isSink = false;
+        std::optional<std::uint32_t> parentDevice;        ///< Number of the Device behind it.
         std::unique_ptr<pw_node_info, FreeNodeInfo> info; ///< What the node has said of itself so far.
         std::vector<std::string> channelPositions;        ///< Empty until the node has told of them.
 
@@ -155,12 +191,38 @@ public:
         bool isUsableSink() const { return isSink && !channelPositions.empty(); }
     };
 
-    std::vector<std::unique_ptr<Node>> m_nodes;
+    /// The node's record, with what the device behind it adds.
+    AudioDevice described(const Node& node, bool hasInput) const
+    {
+        AudioDevice device = node.device;
+        device.hasInput = hasInput;
+        if (device.manufacturer.empty() && node.parentDevice) {
+            const auto parent = std::ranges::find_if(
+                m_devices, [&node](const auto& candidate) { return candidate->id == node.parentDevice; });
+            if (parent != m_devices.end())
+                device.manufacturer = (*parent)->vendor;
+        }
+        if (device.manufacturer.empty())
+            device.manufacturer = "Unknown";
+        return device;
+    }
+
+    std::optional<Source> sourceThat(const auto& isMeant) const
+    {
+        for (const auto& node : m_nodes) {
+            if (node->isUsableSource() && isMeant(*node))
+                return Source{node->device.id, node->device.uid, node->isSink, node->channelPositions};
+        }
+        return std::nullopt;
+    }
+
+    std::vector<std::unique_ptr<Node>> m_nodes; ///< In the order of the registry.
+    std::vector<std::unique_ptr<Device>> m_devices;
     std::string m_defaultSourceName;
     std::uint32_t m_sampleRate = fallbackSampleRate;
     pw_thread_loop* m_loop = nullptr;
     pw_core* m_core = nullptr;
-    bool m_isBroken = false; ///< The server has gone; the connection is not made again.
+    bool m_isBroken = false; ///< The server has gone; what is left of the connection is of no use.
     /// Main thread only.
     boost::signals2::signal<void()> m_changed;
 
@@ -175,18 +237,30 @@ private:
     static const pw_core_events coreEvents;
     static const pw_registry_events registryEvents;
     static const pw_node_events nodeEvents;
+    static const pw_device_events deviceEvents;
     static const pw_metadata_events metadataEvents;
 
-    void disconnect()
+    void forgetObjects()
     {
         for (const auto& node : m_nodes)
             release(node->listener, node->proxy);
         m_nodes.clear();
+        for (const auto& device : m_devices)
+            release(device->listener, device->proxy);
+        m_devices.clear();
+        m_defaultSourceName.clear();
+    }
+
+    void disconnect()
+    {
+        forgetObjects();
         for (Metadata* metadata : {&m_default, &m_settings}) {
             release(metadata->listener, metadata->proxy);
             metadata->id = PW_ID_ANY;
         }
-        m_defaultSourceName.clear();
+        m_configuredRate = fallbackSampleRate;
+        m_forcedRate = 0;
+        m_sampleRate = fallbackSampleRate;
         if (m_registry) {
             spa_hook_remove(&m_registryListener);
             pw_proxy_destroy(reinterpret_cast<pw_proxy*>(m_registry));
@@ -223,10 +297,7 @@ private:
         // The server has gone. The core may not be destroyed inside its own callback; without its
         // objects the graph is empty.
         m_isBroken = true;
-        for (const auto& node : m_nodes)
-            release(node->listener, node->proxy);
-        m_nodes.clear();
-        m_defaultSourceName.clear();
+        forgetObjects();
         m_changeBell->ring();
         pw_thread_loop_signal(m_loop, false);
     }
@@ -239,6 +310,10 @@ private:
                 bind(m_default, id);
             else if (name == "settings")
                 bind(m_settings, id);
+            return;
+        }
+        if (std::string_view(type) == PW_TYPE_INTERFACE_Device) {
+            onDeviceAppeared(id, properties);
             return;
         }
         if (std::string_view(type) != PW_TYPE_INTERFACE_Node)
@@ -267,8 +342,40 @@ private:
         m_changeBell->ring();
     }
 
+    void onDeviceAppeared(std::uint32_t id, const spa_dict* properties)
+    {
+        if (textOf(properties, PW_KEY_MEDIA_CLASS) != "Audio/Device")
+            return;
+        auto device = std::make_unique<Device>();
+        device->connection = this;
+        device->id = id;
+        device->proxy = static_cast<pw_proxy*>(
+            pw_registry_bind(m_registry, id, PW_TYPE_INTERFACE_Device, PW_VERSION_DEVICE, 0));
+        if (!device->proxy)
+            return;
+        pw_device_add_listener(reinterpret_cast<pw_device*>(device->proxy), &device->listener, &deviceEvents,
+                               device.get());
+        m_devices.push_back(std::move(device));
+    }
+
+    static void onDeviceInfo(Device& device, const pw_device_info* info)
+    {
+        // Only an event about the properties brings them.
+        if ((info->change_mask & PW_DEVICE_CHANGE_MASK_PROPS) == 0)
+            return;
+        device.vendor = textOf(info->props, PW_KEY_DEVICE_VENDOR_NAME);
+        device.connection->m_changeBell->ring();
+    }
+
     void onGlobalRemove(std::uint32_t id)
     {
+        const auto goneDevice =
+            std::ranges::find(m_devices, id, [](const auto& device) { return device->id; });
+        if (goneDevice != m_devices.end()) {
+            release((*goneDevice)->listener, (*goneDevice)->proxy);
+            m_devices.erase(goneDevice);
+            return;
+        }
         for (Metadata* metadata : {&m_default, &m_settings}) {
             if (metadata->id == id) {
                 release(metadata->listener, metadata->proxy);
@@ -309,8 +416,7 @@ private:
         if (device.name.empty())
             device.name = "Unknown Device";
         device.manufacturer = textOf(properties, PW_KEY_DEVICE_VENDOR_NAME);
-        if (device.manufacturer.empty())
-            device.manufacturer = "Unknown";
+        node.parentDevice = numberOf(textOf(properties, PW_KEY_DEVICE_ID));
     }
 
     static void onNodeInfo(Node& node, const pw_node_info* update)
@@ -320,6 +426,8 @@ private:
         const pw_node_info* info = node.info.get();
         if (!info)
             return;
+        const AudioDevice deviceBefore = node.device;
+        const auto parentBefore = node.parentDevice;
         describe(node, info->props);
         auto positions = entriesOf(textOf(info->props, SPA_KEY_AUDIO_POSITION));
         std::size_t count = numberOf(textOf(info->props, SPA_KEY_AUDIO_CHANNELS)).value_or(0);
@@ -329,8 +437,12 @@ private:
             count = node.isSource ? info->n_output_ports : info->n_input_ports;
         count = std::min<std::size_t>(count, SPA_AUDIO_MAX_CHANNELS);
         positions.resize(count, "UNK");
+        // Most events are of nodes that begin or cease to run.
+        const bool isChanged = node.device != deviceBefore || node.parentDevice != parentBefore ||
+                               node.channelPositions != positions;
         node.channelPositions = std::move(positions);
-        node.connection->m_changeBell->ring();
+        if (isChanged)
+            node.connection->m_changeBell->ring();
     }
 
     void onMetadata(std::uint32_t subject, const char* key, const char* value)
@@ -384,6 +496,12 @@ const pw_node_events PipeWireGraph::Connection::nodeEvents = {
     .info = [](void* node, const pw_node_info* info) { onNodeInfo(*static_cast<Node*>(node), info); },
 };
 
+const pw_device_events PipeWireGraph::Connection::deviceEvents = {
+    .version = PW_VERSION_DEVICE_EVENTS,
+    .info = [](void* device,
+               const pw_device_info* info) { onDeviceInfo(*static_cast<Device*>(device), info); },
+};
+
 const pw_metadata_events PipeWireGraph::Connection::metadataEvents = {
     .version = PW_VERSION_METADATA_EVENTS,
     .property = [](void* self, std::uint32_t subject, const char* key, const char*,
@@ -394,20 +512,32 @@ const pw_metadata_events PipeWireGraph::Connection::metadataEvents = {
 };
 
 PipeWireGraph::PipeWireGraph(MainLoop& loop)
-    : m_connection(std::make_unique<Connection>(loop))
-{}
+    : m_loop(loop)
+    , m_connection(std::make_unique<Connection>(loop))
+    , m_ownChanges(m_connection->m_changed.connect([this] { connectAgain(); }))
+{
+    connectAgain();
+}
 
 PipeWireGraph::~PipeWireGraph() = default;
+
+void PipeWireGraph::connectAgain()
+{
+    if (m_nextTry || isConnected())
+        return;
+    m_nextTry = m_loop.every(retryIntervalSeconds, [this] {
+        if (m_connection->connect())
+            m_nextTry.reset();
+    });
+}
 
 std::vector<AudioDevice> PipeWireGraph::inputDevices() const
 {
     const PipeWireLock lock(threadLoop());
     std::vector<AudioDevice> devices;
     for (const auto& node : m_connection->m_nodes) {
-        if (!node->isUsableSource())
-            continue;
-        devices.push_back(node->device);
-        devices.back().hasInput = true;
+        if (node->isUsableSource())
+            devices.push_back(m_connection->described(*node, true));
     }
     return devices;
 }
@@ -418,7 +548,7 @@ std::vector<AudioDevice> PipeWireGraph::outputDevices() const
     std::vector<AudioDevice> devices;
     for (const auto& node : m_connection->m_nodes) {
         if (node->isUsableSink())
-            devices.push_back(node->device);
+            devices.push_back(m_connection->described(*node, false));
     }
     return devices;
 }
@@ -429,30 +559,30 @@ int PipeWireGraph::inputChannelCount(std::uint32_t deviceID) const
     return found ? static_cast<int>(found->channelPositions.size()) : 0;
 }
 
+std::optional<std::string> PipeWireGraph::inputChannelName(std::uint32_t deviceID, int channel) const
+{
+    const auto found = source(deviceID);
+    if (!found || channel < 0 || channel >= static_cast<int>(found->channelPositions.size()))
+        return std::nullopt;
+    return channelName(found->channelPositions[static_cast<std::size_t>(channel)]);
+}
+
 bool PipeWireGraph::isConnected() const
 {
-    const PipeWireLock lock(threadLoop());
-    return m_connection->m_core != nullptr && !m_connection->m_isBroken;
+    return m_connection->isConnected();
 }
 
 std::optional<PipeWireGraph::Source> PipeWireGraph::source(std::uint32_t id) const
 {
     const PipeWireLock lock(threadLoop());
-    for (const auto& node : m_connection->m_nodes) {
-        if (node->isUsableSource() && node->device.id == id)
-            return Source{node->device.id, node->device.uid, node->channelPositions};
-    }
-    return std::nullopt;
+    return m_connection->sourceThat([id](const auto& node) { return node.device.id == id; });
 }
 
 std::optional<PipeWireGraph::Source> PipeWireGraph::defaultSource() const
 {
     const PipeWireLock lock(threadLoop());
-    for (const auto& node : m_connection->m_nodes) {
-        if (node->isUsableSource() && node->device.uid == m_connection->m_defaultSourceName)
-            return Source{node->device.id, node->device.uid, node->channelPositions};
-    }
-    return std::nullopt;
+    const std::string& name = m_connection->m_defaultSourceName;
+    return m_connection->sourceThat([&name](const auto& node) { return node.device.uid == name; });
 }
 
 std::uint32_t PipeWireGraph::sampleRate() const

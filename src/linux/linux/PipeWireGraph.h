@@ -20,6 +20,9 @@ namespace velmor {
 /// The picture of PipeWire's graph: which audio nodes there are, which source is the default, and at
 /// what rate the graph runs. A device's `id` is the node's number, its `uid` the node's name.
 ///
+/// Where there is no server, or it goes away, the devices become none, and the connection is made again
+/// as soon as there is one.
+///
 /// Main thread, but for the callbacks of PipeWire's own loop thread, which keep the picture.
 class PipeWireGraph final : public AudioHardware
 {
@@ -35,6 +38,7 @@ public:
     {
         std::uint32_t id = 0;
         std::string name;
+        bool isDuplex = false; ///< Takes sound too.
         /// One name of the "audio.position" vocabulary ("FL", "AUX0") for each channel.
         std::vector<std::string> channelPositions;
 
@@ -44,6 +48,7 @@ public:
     std::vector<AudioDevice> inputDevices() const override;
     std::vector<AudioDevice> outputDevices() const override;
     int inputChannelCount(std::uint32_t deviceID) const override;
+    std::optional<std::string> inputChannelName(std::uint32_t deviceID, int channel) const override;
 
     bool isConnected() const;
     std::optional<Source> source(std::uint32_t id) const;
@@ -52,8 +57,9 @@ public:
     /// The graph's rate in hertz, as it is configured.
     std::uint32_t sampleRate() const;
 
-    /// Calls back on the main thread after the picture has changed.
-    [[nodiscard]] Subscription onChange(const std::function<void()>& callback);
+    /// Calls back on the main thread after the picture has changed. Streams on a connection that is lost
+    /// must be gone when the callback returns.
+    [[nodiscard]] Subscription onChange(const std::function<void()>& callback) override;
 
     /// For streams of this connection. Absent without a server; to be asked and used under a
     /// PipeWireLock.
@@ -64,7 +70,13 @@ public:
 
 private:
     class Connection;
+
+    void connectAgain();
+
+    MainLoop& m_loop;
     std::unique_ptr<Connection> m_connection;
+    Subscription m_ownChanges;
+    Timer m_nextTry;
 };
 
 /// Holds PipeWire's loop thread still while it lives.

@@ -80,6 +80,10 @@ struct Binder
         ::sqlite3_bind_text64(statement, index, text.data() ? text.data() : "", text.size(), SQLITE_STATIC,
                               SQLITE_UTF8);
     }
+    void operator()(const std::string& text) const
+    {
+        ::sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+    }
     void operator()(std::span<const std::byte> blob) const
     {
         if (blob.empty())

@@ -28,6 +28,8 @@ public:
     std::vector<AudioDevice> inputDevices() const override;
     std::vector<AudioDevice> outputDevices() const override { return {}; }
     int inputChannelCount(std::uint32_t deviceID) const override;
+    std::optional<std::string> inputChannelName(std::uint32_t, int) const override { return std::nullopt; }
+    Subscription onChange(const std::function<void()>&) override { return {}; }
 
     CaptureAuthorization authorizationStatus() const override { return CaptureAuthorization::authorized; }
     void requestAccess(std::function<void(bool granted)> answer) override { answer(true); }

@@ -16,13 +16,13 @@ SessionStorage storage(const Options& options)
 
 } // namespace
 
-MeasuredHub::MeasuredHub(MainLoop& loop, AudioCapture& capture, const AudioHardware& hardware,
+MeasuredHub::MeasuredHub(MainLoop& loop, AudioCapture& capture, AudioHardware& hardware,
                          const Options& options)
     : m_loop(loop)
     , m_options(options)
     , m_levels(options.blocksPath, options.ticksPath)
     , m_notifications(loop, options.notificationsPath)
-    , m_hub({loop, capture, hardware, m_defaults, options.calendar, m_notifications, m_loginItem,
+    , m_hub({loop, capture, hardware, m_defaults, options.calendar, m_notifications, m_loginItem, m_workspace,
              storage(options)})
 {}
 

@@ -11,6 +11,7 @@
 #include <platform/AudioHardware.h>
 #include <platform/LoginItem.h>
 #include <platform/MemoryDefaultsStore.h>
+#include <platform/Workspace.h>
 
 #include <string>
 
@@ -22,7 +23,7 @@ class MeasuredHub
 {
 public:
     /// Opens the files. \throws MeterError
-    MeasuredHub(MainLoop& loop, AudioCapture& capture, const AudioHardware& hardware, const Options& options);
+    MeasuredHub(MainLoop& loop, AudioCapture& capture, AudioHardware& hardware, const Options& options);
 
     /// A session that has not ended leaves nothing behind.
     ~MeasuredHub();
@@ -45,6 +46,7 @@ private:
     const Options& m_options;
     MemoryDefaultsStore m_defaults;
     NoLoginItem m_loginItem;
+    NoWorkspace m_workspace;
     LevelLog m_levels;
     NotificationLog m_notifications;
     AppState m_hub;

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <base/Observable.h>
+
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +43,12 @@ public:
 
     /// Number of a device's input channels; 0 for one that is gone or has none.
     virtual int inputChannelCount(std::uint32_t deviceID) const = 0;
+
+    /// What the host calls one of a device's input channels, counted from 0; absent where it doesn't say.
+    virtual std::optional<std::string> inputChannelName(std::uint32_t deviceID, int channel) const = 0;
+
+    /// Calls back on the main thread each time that devices have come, gone or changed.
+    [[nodiscard]] virtual Subscription onChange(const std::function<void()>& callback) = 0;
 };
 
 } // namespace velmor

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,9 +18,13 @@ namespace velmor {
 
 using DefaultsData = std::vector<std::byte>;
 
+/// Texts by text.
+using DefaultsDictionary = std::map<std::string, std::string, std::less<>>;
+
 /// A value of the store. The types are kept apart: a Boolean is never read as a number, nor an
 /// integer as a double.
-using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, DefaultsData, Date>;
+using DefaultsValue =
+    std::variant<bool, std::int64_t, double, std::string, DefaultsData, Date, DefaultsDictionary>;
 
 /// The user's settings and small persistent state, by key. A key that is missing differs from every
 /// stored value. Main thread.
