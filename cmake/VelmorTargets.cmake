@@ -10,6 +10,8 @@ endif()
 # into one rounding would change the bits that the weighting filters produce.
 add_library(velmor_options INTERFACE)
 target_compile_features(velmor_options INTERFACE cxx_std_20)
+# A program loads only the libraries whose functions it calls.
+target_link_options(velmor_options INTERFACE -Wl,--as-needed)
 target_compile_options(velmor_options INTERFACE
     -ffp-contract=off
     -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast

@@ -41,19 +41,17 @@ private:
 
 TEST_F(DAWDetectionServiceTest, TheTableHasItsFifteenRows)
 {
-    EXPECT_THAT(Constants::knownDAWBundleIDs,
-                ElementsAre(Pair("com.ableton.live", "Ableton Live"),
-                            Pair("com.adobe.audition", "Adobe Audition"),
-                            Pair("com.apple.FinalCutPro", "Final Cut Pro"),
-                            Pair("com.apple.garageband", "GarageBand"),
-                            Pair("com.apple.logic10", "Logic Pro"), Pair("com.avid.ProTools", "Pro Tools"),
-                            Pair("com.bitwig.studio", "Bitwig Studio"),
-                            Pair("com.blackmagic-design.DaVinciResolve", "DaVinci Resolve"),
-                            Pair("com.cockos.reaper", "REAPER"),
-                            Pair("com.image-line.flstudio", "FL Studio"),
-                            Pair("com.presonus.studioone", "Studio One"),
-                            Pair("com.steinberg.cubase", "Cubase"), Pair("com.steinberg.nuendo", "Nuendo"),
-                            Pair("com.uaudio.luna", "LUNA"), Pair("org.audacityteam.audacity", "Audacity")));
+    EXPECT_THAT(
+        Constants::knownDAWBundleIDs,
+        ElementsAre(Pair("com.ableton.live", "Ableton Live"), Pair("com.adobe.audition", "Adobe Audition"),
+                    Pair("com.apple.FinalCutPro", "Final Cut Pro"),
+                    Pair("com.apple.garageband", "GarageBand"), Pair("com.apple.logic10", "Logic Pro"),
+                    Pair("com.avid.ProTools", "Pro Tools"), Pair("com.bitwig.studio", "Bitwig Studio"),
+                    Pair("com.blackmagic-design.DaVinciResolve", "DaVinci Resolve"),
+                    Pair("com.cockos.reaper", "REAPER"), Pair("com.image-line.flstudio", "FL Studio"),
+                    Pair("com.presonus.studioone", "Studio One"), Pair("com.steinberg.cubase", "Cubase"),
+                    Pair("com.steinberg.nuendo", "Nuendo"), Pair("com.uaudio.luna", "LUNA"),
+                    Pair("org.audacityteam.audacity", "Audacity")));
     EXPECT_EQ(start().watchedBundleIDs(), Constants::knownDAWBundleIDs);
 }
 

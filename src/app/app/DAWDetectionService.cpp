@@ -48,7 +48,8 @@ void DAWDetectionService::reloadCustomDAWs()
     m_watchedBundleIDs = Constants::knownDAWBundleIDs;
     loadCustomDAWs();
     activeDAWs.update([this](NamesByBundleID& active) {
-        std::erase_if(active, [this](const auto& entry) { return !m_watchedBundleIDs.contains(entry.first); });
+        std::erase_if(active,
+                      [this](const auto& entry) { return !m_watchedBundleIDs.contains(entry.first); });
     });
     scanRunningApps();
 }

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <app/AppState.h>
+#include <base/Calendar.h>
+#include <base/Print.h>
+#include <linux/AlertSound.h>
+#include <linux/ApplicationInstance.h>
+#include <linux/AutostartLoginItem.h>
+#include <linux/DesktopNotificationCenter.h>
+#include <linux/Directories.h>
+#include <linux/PipeWireCapture.h>
+#include <linux/PipeWireGraph.h>
+#include <linux/ProcessWorkspace.h>
+#include <linux/QtMainLoop.h>
+#include <linux/SqliteDefaultsStore.h>
+#include <linux/TimeZoneWatch.h>
+
+#include <QCoreApplication>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace velmor;
+
+Doorbell* endRequest = nullptr;
+
+/// Lets the program end by itself, with its session kept. A second signal has its usual effect.
+void endOnSignals(Doorbell& bell)
+{
+    endRequest = &bell;
+    struct sigaction action = {};
+    action.sa_handler = [](int) { endRequest->ring(); };
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        ::sigaction(signal, &action, nullptr);
+}
+
+/// Started with its standard streams closed, the program would take its own files for them. A reader of
+/// its lines that has gone away must not end it.
+void prepareStandardStreams()
+{
+    int descriptor = 0;
+    do
+        descriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    ::close(descriptor);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void create(const std::filesystem::path& folder)
+{
+    if (const auto error = createFolder(folder))
+        printLine("{}: {}", folder.native(), error.message());
+}
+
+std::filesystem::path ownProgram()
+{
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/exe", error);
+}
+
+int run(int argumentCount, char** arguments)
+{
+    prepareStandardStreams();
+    const QCoreApplication application(argumentCount, arguments);
+    QtMainLoop loop;
+
+    const ApplicationInstance instance([] { printLine("activated"); });
+    if (instance.role() == ApplicationInstance::Role::another)
+        return EXIT_SUCCESS;
+
+    const BaseFolders baseFolders = BaseFolders::current();
+    const ProgramFolders folders = ProgramFolders::in(baseFolders);
+    for (const auto& folder : {folders.data, folders.cache, folders.defaults})
+        create(folder);
+
+    SqliteDefaultsStore defaults(loop, folders.defaults / "defaults.sqlite");
+    Calendar calendar = Calendar::current();
+    PipeWireGraph graph(loop);
+    PipeWireCapture capture(loop, graph);
+    AlertSound alertSound(loop, graph, baseFolders.allData());
+    DesktopNotificationCenter notificationCenter(loop, [&](const std::string& name) { alertSound.play(name); });
+    AutostartLoginItem loginItem(baseFolders.config, ownProgram());
+    ProcessWorkspace workspace(loop, baseFolders.allData());
+
+    AppState hub({loop, capture, graph, defaults, calendar, notificationCenter, loginItem, workspace,
+                  SessionStorage::inApplicationSupport(baseFolders.data), SessionManager::Bundle::installed});
+    const TimeZoneWatch timeZoneWatch(loop, [&] {
+        calendar = Calendar::current();
+        hub.timeZoneChanged();
+    });
+    const auto endBell = loop.doorbell([] { QCoreApplication::quit(); });
+    endOnSignals(*endBell);
+
+    const int status = QCoreApplication::exec();
+    if (hub.sessionManager.currentSession.get())
+        hub.endSession();
+    return status;
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    try {
+        return run(argumentCount, arguments);
+    } catch (const std::exception& error) {
+        printLine("{}", error.what());
+        return EXIT_FAILURE;
+    }
+}
