@@ -17,6 +17,8 @@ target_compile_options(velmor_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast
     -Wcast-qual -Wnon-virtual-dtor -Woverloaded-virtual -Wdouble-promotion -Wformat=2
     -Wundef -Werror
+    # A designated initialiser leaves out what has its default on purpose.
+    -Wno-missing-field-initializers
     $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast>)
 if(VELMOR_SANITIZERS)
     target_compile_options(velmor_options INTERFACE
@@ -66,8 +68,8 @@ endfunction()
 # velmor_test(NAME SOURCES file... [USES subsystem...] [LINKS target...] [PROGRAMS target...]
 #             [TIMEOUT seconds] [ALONE])
 #
-# Builds the GoogleTest program NAME and registers each of its tests. The path of every
-# program in PROGRAMS is given to the tests in the environment, as VELMOR_PROGRAM_<NAME>.
+# Builds the GoogleTest program NAME, and the programs that it runs, and registers each of its
+# tests. The folder of the build's programs is in their environment, as VELMOR_PROGRAMS.
 # ALONE keeps the tests from running beside others: for those that compare durations.
 function(velmor_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "ALONE" "TIMEOUT" "SOURCES;USES;LINKS;PROGRAMS")
@@ -79,16 +81,12 @@ function(velmor_test name)
     target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
     target_link_libraries(${name} PRIVATE
         velmor_options ${arg_USES} ${arg_LINKS} GTest::gmock GTest::gtest_main)
-    set(environment "")
-    foreach(program IN LISTS arg_PROGRAMS)
-        add_dependencies(${name} ${program})
-        string(MAKE_C_IDENTIFIER "${program}" variable)
-        string(TOUPPER "VELMOR_PROGRAM_${variable}" variable)
-        list(APPEND environment "${variable}=$<TARGET_FILE:${program}>")
-    endforeach()
+    if(arg_PROGRAMS)
+        add_dependencies(${name} ${arg_PROGRAMS})
+    endif()
     include(GoogleTest)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-        PROPERTIES TIMEOUT ${arg_TIMEOUT} RUN_SERIAL "${arg_ALONE}" ENVIRONMENT "${environment}")
+        PROPERTIES TIMEOUT ${arg_TIMEOUT} RUN_SERIAL "${arg_ALONE}" ENVIRONMENT "VELMOR_PROGRAMS=${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
 endfunction()
 
 # velmor_must_not_compile(NAME SOURCE file [USES subsystem...])

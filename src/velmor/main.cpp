@@ -86,7 +86,8 @@ int run(int argumentCount, char** arguments)
     PipeWireGraph graph(loop);
     PipeWireCapture capture(loop, graph);
     AlertSound alertSound(loop, graph, baseFolders.allData());
-    DesktopNotificationCenter notificationCenter(loop, [&](const std::string& name) { alertSound.play(name); });
+    DesktopNotificationCenter notificationCenter(loop,
+                                                 [&](const std::string& name) { alertSound.play(name); });
     AutostartLoginItem loginItem(baseFolders.config, ownProgram());
     ProcessWorkspace workspace(loop, baseFolders.allData());
 

@@ -25,7 +25,7 @@ TEST(KilledProcess, HasLostAtMostTwoTenthsOfASecondOfExposureAndNothingElse)
     const std::string file = folder / "defaults.sqlite";
     const std::string pageFile = folder / "page";
     test::DosePage page(pageFile.c_str());
-    const std::string program = test::programPath("VELMOR_PROGRAM_VELMOR_DOSE_WRITER");
+    const std::string program = test::programPath("velmor-dose-writer");
     // A zone in which no midnight is near, which would begin the dose anew.
     const auto sinceMidnight = std::chrono::system_clock::now().time_since_epoch() % 24h;
     const std::string zone = sinceMidnight < 12h ? "UTC" : "Etc/GMT+12";

@@ -252,7 +252,7 @@ TEST_F(MeterProgramTest, APipeIsWrittenToAlongTheWay)
 /// Runs the meter by way of a shell, for what only a shell can do to its streams.
 Outcome shell(const std::string& command)
 {
-    return test::run({"sh", "-c", command, "sh", test::programPath("VELMOR_PROGRAM_VELMOR_METER")});
+    return test::run({"sh", "-c", command, "sh", test::programPath("velmor-meter")});
 }
 
 TEST_F(MeterProgramTest, StandardStreamsThatAreClosedOrFullAreNoCrash)
@@ -280,7 +280,7 @@ TEST_F(MeterProgramTest, AReaderThatGoesAwayLeavesNoHalfWrittenFile)
 
 TEST_F(MeterProgramTest, TheDemonstrationReadsWhatItPromises)
 {
-    const std::filesystem::path program = test::programPath("VELMOR_PROGRAM_VELMOR_METER");
+    const std::filesystem::path program = test::programPath("velmor-meter");
     const auto demonstration = program.parent_path().parent_path() / "demonstration.wav";
     const std::string ticks = folder / "ticks";
     const auto outcome = meter({"--json", "--ticks", ticks, demonstration});
@@ -298,7 +298,7 @@ TEST_F(MeterProgramTest, AnInterruptedMeasurementLeavesNoHalfWrittenFile)
     writeSound(sound, {std::vector<float>(1800 * 48000)}, 48000, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     const auto names = folder.names();
     const pid_t process =
-        test::spawn({test::programPath("VELMOR_PROGRAM_VELMOR_METER"), sound, "--blocks", folder / "blocks"});
+        test::spawn({test::programPath("velmor-meter"), sound, "--blocks", folder / "blocks"});
     // Once its temporary file is there it is at work.
     for (int i = 0; i < 1000 && folder.names() == names; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

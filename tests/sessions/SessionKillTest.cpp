@@ -28,7 +28,7 @@ TEST(KilledSession, IsInTheHistoryOnceWithAllItsReadingsButAtMostTheLast)
     const test::TemporaryFolder pageFolder;
     const std::string pageFile = pageFolder / "page";
     test::SessionPage page(pageFile.c_str());
-    const std::string program = test::programPath("VELMOR_PROGRAM_VELMOR_SESSION_WRITER");
+    const std::string program = test::programPath("velmor-session-writer");
 
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));

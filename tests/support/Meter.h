@@ -16,7 +16,7 @@ namespace velmor::test {
 /// Runs velmor-meter.
 inline Outcome meter(std::vector<std::string> arguments)
 {
-    arguments.insert(arguments.begin(), programPath("VELMOR_PROGRAM_VELMOR_METER"));
+    arguments.insert(arguments.begin(), programPath("velmor-meter"));
     return run(arguments);
 }
 

@@ -26,19 +26,35 @@ public:
     {}
     ~Companion()
     {
-        ::kill(m_process, SIGTERM);
-        for (int i = 0; i < 200; ++i) {
-            if (::waitpid(m_process, nullptr, WNOHANG) != 0)
-                return;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        ::kill(m_process, SIGKILL);
-        ::waitpid(m_process, nullptr, 0);
+        if (m_process > 0)
+            endBy(SIGTERM);
     }
     Companion(const Companion&) = delete;
     Companion& operator=(const Companion&) = delete;
 
     void kill() const { ::kill(m_process, SIGKILL); }
+
+    pid_t process() const { return m_process; }
+
+    /// Asks it to end, and waits for it; one that takes two seconds is killed.
+    /// \return its exit status; negative for the number of the signal that ended it.
+    int endBy(int signal)
+    {
+        ::kill(m_process, signal);
+        int status = 0;
+        bool hasEnded = false;
+        for (int i = 0; i < 200 && !hasEnded; ++i) {
+            hasEnded = ::waitpid(m_process, &status, WNOHANG) != 0;
+            if (!hasEnded)
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        if (!hasEnded) {
+            ::kill(m_process, SIGKILL);
+            ::waitpid(m_process, &status, 0);
+        }
+        m_process = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
 
 private:
     pid_t m_process;
@@ -56,6 +72,8 @@ public:
                                           std::pair("HOME", m_folder.path().native()),
                                           std::pair("XDG_CONFIG_HOME", (m_folder / "config").native()),
                                           std::pair("XDG_STATE_HOME", (m_folder / "state").native()),
+                                          std::pair("XDG_DATA_HOME", (m_folder / "data").native()),
+                                          std::pair("XDG_CACHE_HOME", (m_folder / "cache").native()),
                                           std::pair("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + socket("bus")),
                                           std::pair("PIPEWIRE_RUNTIME_DIR", m_folder.path().native())})
             ::setenv(name, value.c_str(), 1);
@@ -82,6 +100,13 @@ public:
 
     /// Why the session could not be started; empty if it was.
     const std::string& problem() const { return m_problem; }
+
+    /// On a developer's machine the packages may be missing; in CI they are installed.
+    static bool mustBeThere()
+    {
+        const char* ci = std::getenv("CI");
+        return ci && std::string(ci) == "true";
+    }
 
     std::filesystem::path operator/(const char* name) const { return m_folder / name; }
 

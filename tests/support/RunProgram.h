@@ -16,13 +16,13 @@
 
 namespace velmor::test {
 
-/// A program of the build, which the test's registration names in the environment.
-inline std::string programPath(const char* variable)
+/// A program of the build.
+inline std::string programPath(const std::string& name)
 {
-    const char* path = std::getenv(variable);
-    if (!path)
-        throw std::runtime_error(std::string(variable) + " is not set: run the test through ctest");
-    return path;
+    const char* folder = std::getenv("VELMOR_PROGRAMS");
+    if (!folder)
+        throw std::runtime_error("VELMOR_PROGRAMS is not set: run the test through ctest");
+    return std::string(folder) + "/" + name;
 }
 
 inline pid_t spawn(const std::vector<std::string>& command, const std::string& outputFile = "/dev/null",

@@ -60,11 +60,12 @@ ApplicationInstance::ApplicationInstance(std::function<void()> onActivate)
             m_role = Role::first;
             return;
         }
-        QDBusMessage activate =
-            QDBusMessage::createMethodCall(name, objectPath, applicationInterface, QStringLiteral("Activate"));
+        QDBusMessage activate = QDBusMessage::createMethodCall(name, objectPath, applicationInterface,
+                                                               QStringLiteral("Activate"));
         activate << QVariantMap();
         m_role = Role::another;
-        if (bus.call(activate, QDBus::Block, activationTimeoutMilliseconds).type() == QDBusMessage::ReplyMessage)
+        if (bus.call(activate, QDBus::Block, activationTimeoutMilliseconds).type() ==
+            QDBusMessage::ReplyMessage)
             return;
     }
     printLine("another instance is running and does not answer");

@@ -58,7 +58,8 @@ bool AutostartLoginItem::registerItem()
                                          "X-GNOME-Autostart-enabled=true\n",
                                          quotedForExec(m_program.native()));
     // One that starts the program already may have been given more by its user.
-    if (isEnabled() && KeyFile::read(m_file)->text(group, "Exec") == KeyFile::fromText(text)->text(group, "Exec"))
+    if (isEnabled() &&
+        KeyFile::read(m_file)->text(group, "Exec") == KeyFile::fromText(text)->text(group, "Exec"))
         return true;
     if (createFolder(m_file.parent_path()))
         return false;

@@ -81,7 +81,9 @@ public:
         , m_watcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange)
     {
         connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-                [this](const QString&, const QString&, const QString& owner) { serverChanged(!owner.isEmpty()); });
+                [this](const QString&, const QString&, const QString& owner) {
+                    serverChanged(!owner.isEmpty());
+                });
         m_bus.connect(service, objectPath, service, QStringLiteral("ActionInvoked"), this,
                       SLOT(actionInvoked(uint, QString)));
         m_bus.connect(service, objectPath, service, QStringLiteral("NotificationClosed"), this,
@@ -174,7 +176,8 @@ private:
     {
         const NotificationRequest request = m_waiting.front();
         m_waiting.pop_front();
-        const NotificationMessage message = notificationMessage(request, categoryOf(request), *m_capabilities);
+        const NotificationMessage message =
+            notificationMessage(request, categoryOf(request), *m_capabilities);
         const auto earlier = m_numbers.find(request.identifier);
         QStringList actions;
         for (const std::string& text : message.actions)
@@ -248,8 +251,8 @@ private:
     Lifetime m_lifetime;
 };
 
-DesktopNotificationCenter::DesktopNotificationCenter(
-    MainLoop& loop, std::function<void(const std::string& name)> playSound)
+DesktopNotificationCenter::DesktopNotificationCenter(MainLoop& loop,
+                                                     std::function<void(const std::string& name)> playSound)
     : m_server(std::make_unique<Server>(loop, std::move(playSound)))
 {}
 

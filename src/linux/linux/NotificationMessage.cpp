@@ -38,8 +38,7 @@ NotificationMessage notificationMessage(const NotificationRequest& request,
     NotificationMessage message;
     message.summary = request.title;
     // There is no subtitle on this desktop: it leads the body.
-    const std::string text =
-        request.subtitle.empty() ? request.body : request.subtitle + "\n" + request.body;
+    const std::string text = request.subtitle.empty() ? request.body : request.subtitle + "\n" + request.body;
     message.body = capabilities.bodyMarkup ? markupEscaped(text) : text;
     if (capabilities.actions) {
         for (const NotificationAction& action : category.actions) {

@@ -132,6 +132,7 @@ void ProcessWorkspace::scan()
     }
     for (const pid_t id : gone)
         leave(id);
+    std::erase_if(m_helpers, [this](const auto& helper) { return !isListed(helper.first); });
 
     if (!toLookInto.empty())
         m_entries.refresh();
@@ -186,16 +187,16 @@ std::optional<ProcessWorkspace::Identity> ProcessWorkspace::identityOf(const Pro
     if (isHelperCommand(process.arguments) || isGameStarter(process.arguments))
         return std::nullopt;
     const bool isLeader = leadsItsScope(process);
-    const auto scoped = process.scope ? std::optional(applicationWithID(process.scope->applicationID, {}))
-                                      : std::nullopt;
+    const auto scoped =
+        process.scope ? std::optional(applicationWithID(process.scope->applicationID, {})) : std::nullopt;
     if (auto own = ownApplication(process)) {
-        if (isOfOwnProgram(process, own->bundleID))
+        if (isHelperOfOwnProgram(process, own->bundleID))
             return std::nullopt;
         // A launcher's scope may have another name for the program than its desktop file has: the leader
         // is what was launched. What else is started in there, as from a terminal, stands for itself.
         if (scoped && (isLeader || scoped->bundleID == own->bundleID)) {
-            const bool isWorkstation = workstationOfProgram(programName(process.executable, process.arguments))
-                                           .has_value();
+            const bool isWorkstation =
+                workstationOfProgram(programName(process.executable, process.arguments)).has_value();
             return Identity{process.scope->path, isWorkstation ? *own : *scoped};
         }
         return Identity{fmt::format("{}", process.id), *own};
@@ -224,9 +225,20 @@ std::optional<Application> ProcessWorkspace::ownApplication(const ProcessInfo& p
     return std::nullopt;
 }
 
-/// Whether one of the processes above is of the same program and the same executable: a program that runs
-/// itself again has started a helper.
-bool ProcessWorkspace::isOfOwnProgram(const ProcessInfo& process, const std::string& bundleID) const
+/// A program that runs itself again has started a helper: it stays one when the program above has ended.
+bool ProcessWorkspace::isHelperOfOwnProgram(const ProcessInfo& process, const std::string& bundleID)
+{
+    const auto known = m_helpers.find(process.id);
+    if (known != m_helpers.end() && known->second == process.executable)
+        return true;
+    if (!hasAncestorOfProgram(process, bundleID))
+        return false;
+    m_helpers[process.id] = process.executable;
+    return true;
+}
+
+/// Whether one of the processes above is of the same program and the same executable.
+bool ProcessWorkspace::hasAncestorOfProgram(const ProcessInfo& process, const std::string& bundleID) const
 {
     pid_t ancestor = process.parent;
     // Long enough for any real family; a ring of parents can't be.

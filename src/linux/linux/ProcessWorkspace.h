@@ -82,7 +82,8 @@ private:
     void look(pid_t id);
     std::optional<Identity> identityOf(const ProcessInfo& process);
     std::optional<Application> ownApplication(const ProcessInfo& process) const;
-    bool isOfOwnProgram(const ProcessInfo& process, const std::string& bundleID) const;
+    bool isHelperOfOwnProgram(const ProcessInfo& process, const std::string& bundleID);
+    bool hasAncestorOfProgram(const ProcessInfo& process, const std::string& bundleID) const;
     bool isListed(pid_t id) const;
     bool leadsItsScope(const ProcessInfo& process);
     void join(const ProcessInfo& process, const Identity& identity);
@@ -93,13 +94,14 @@ private:
     DescriptorMainLoop& m_loop;
     DesktopEntries m_entries;
     bool m_hasRealProcesses;
-    int m_processes; ///< Descriptor of the folder.
-    std::vector<Listed> m_listed;           ///< By number.
+    int m_processes;              ///< Descriptor of the folder.
+    std::vector<Listed> m_listed; ///< By number.
     std::map<pid_t, Member> m_members;
     std::vector<Instance> m_instances;      ///< In the order in which they were noticed.
     std::map<std::string, pid_t> m_leaders; ///< First processes of scopes, also those that have ended.
     boost::signals2::signal<void(const Application&)> m_launched;
     boost::signals2::signal<void(const Application&)> m_terminated;
+    std::map<pid_t, std::string> m_helpers; ///< Executables of processes that a program of the same started.
     Timer m_scanTimer;
 };
 

@@ -11,17 +11,17 @@ namespace velmor {
 namespace {
 
 /// They run what their argument names.
-constexpr std::array<std::string_view, 14> interpreters = {"sh",    "bash", "dash", "zsh",  "ksh",  "python",
-                                                           "perl",  "ruby", "java", "node", "mono", "gjs",
-                                                           "tclsh", "lua"};
+constexpr std::array<std::string_view, 14> interpreters = {"sh",     "bash", "dash",  "zsh",  "ksh",
+                                                           "python", "perl", "ruby",  "java", "node",
+                                                           "mono",   "gjs",  "tclsh", "lua"};
 
 /// They start something that shows by itself.
-constexpr std::array<std::string_view, 8> launchers = {"flatpak",  "snap",    "xdg-open",  "gtk-launch",
-                                                       "gio",      "systemd-run", "setsid", "nohup"};
+constexpr std::array<std::string_view, 8> launchers = {"flatpak", "snap",        "xdg-open", "gtk-launch",
+                                                       "gio",     "systemd-run", "setsid",   "nohup"};
 
-constexpr std::array<std::string_view, 12> helperWords = {"scan",   "crash",  "helper",  "bridge",
-                                                          "handler", "report", "updat",   "install",
-                                                          "proxy",  "pluginhost", "plugin_host", "sandbox"};
+constexpr std::array<std::string_view, 12> helperWords = {"scan",    "crash",      "helper",      "bridge",
+                                                          "handler", "report",     "updat",       "install",
+                                                          "proxy",   "pluginhost", "plugin_host", "sandbox"};
 
 /// In an argument the words are rarer: a program may well be told not to report or to update.
 constexpr std::array<std::string_view, 5> helperArguments = {"scan", "crashpad", "crash-handler",

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <support/DesktopDay.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <map>
+
+#include <sys/stat.h>
+
+namespace velmor {
+namespace {
+
+using testing::HasSubstr;
+
+class VelmorProgramTest : public test::DesktopDay
+{
+protected:
+    static unsigned rightsOf(const std::filesystem::path& path)
+    {
+        struct stat status = {};
+        return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0U;
+    }
+};
+
+TEST_F(VelmorProgramTest, ASecondStartActivatesTheFirstAndEnds)
+{
+    startProgram();
+    const auto second = test::run({test::programPath("velmor")});
+    EXPECT_EQ(second.status, 0) << second.error;
+    EXPECT_EQ(second.output, "");
+    EXPECT_TRUE(session.waitUntil([&] { return printed() == "[Velmor] activated\n"; })) << printed();
+    EXPECT_TRUE(isOnTheBus());
+}
+
+TEST_F(VelmorProgramTest, ItsFoldersAreItsUsersAlone)
+{
+    startProgram();
+    for (const char* folder : {"data/Velmor", "cache/Velmor", "config/Velmor"})
+        EXPECT_EQ(rightsOf(session / folder), 0700U) << folder;
+    EXPECT_EQ(rightsOf(defaultsFile()), 0600U);
+}
+
+TEST_F(VelmorProgramTest, EachSignalToEndKeepsTheRunningSession)
+{
+    std::size_t sessions = 0;
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        startProgram();
+        startWorkstation();
+        EXPECT_EQ(program->endBy(signal), 0) << signal;
+        ASSERT_EQ(history().size(), ++sessions) << printed();
+        EXPECT_TRUE(history()[0].endDate);
+        EXPECT_EQ(history()[0].dawName, "REAPER");
+        workstation.reset();
+        program.reset();
+    }
+    // No journal of a session that was never ended stays behind.
+    for (const auto& entry : std::filesystem::directory_iterator(session / "data/Velmor"))
+        EXPECT_EQ(entry.path().filename(), "sessions.json");
+}
+
+TEST_F(VelmorProgramTest, ASessionThatWasKilledIsInTheHistoryAfterTheNextStart)
+{
+    startProgram();
+    startWorkstation();
+    EXPECT_EQ(program->endBy(SIGKILL), -SIGKILL);
+    EXPECT_TRUE(history().empty());
+    workstation.reset();
+    program.reset();
+    startProgram();
+    ASSERT_TRUE(waitForHistory(1));
+    EXPECT_EQ(history()[0].dawName, "REAPER");
+}
+
+TEST_F(VelmorProgramTest, AWorkstationThatRunsAlreadyBeginsASession)
+{
+    workstation =
+        std::make_unique<test::Companion>(std::vector<std::string>{(session / "reaper").native(), "1000"});
+    startProgram();
+    EXPECT_TRUE(session.waitUntil([&] { return isCapturing(); }));
+    workstation.reset();
+    EXPECT_TRUE(waitForHistory(1));
+}
+
+TEST_F(VelmorProgramTest, WithoutPipeWireItRunsAndMeasuresOnceThereIsOne)
+{
+    session.killPipeWire();
+    startProgram();
+    workstation =
+        std::make_unique<test::Companion>(std::vector<std::string>{(session / "reaper").native(), "1000"});
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+    session.startPipeWire();
+    session.createMicrophone(microphone);
+    EXPECT_TRUE(session.waitUntil([&] { return isCapturing(); })) << printed();
+    workstation.reset();
+    EXPECT_TRUE(waitForHistory(1));
+}
+
+TEST_F(VelmorProgramTest, WithoutASessionBusItRunsAllTheSame)
+{
+    const std::string address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    program = std::make_unique<test::Companion>(
+        std::vector<std::string>{test::programPath("velmor")}, (session / "velmor.log").native());
+    startWorkstation();
+    workstation.reset();
+    EXPECT_TRUE(waitForHistory(1));
+    EXPECT_EQ(program->endBy(SIGTERM), 0);
+    ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+}
+
+TEST_F(VelmorProgramTest, TheLoginItemIsWhatTheDesktopHas)
+{
+    const auto entry = session / "config/autostart/dev.brightfen.velmor.desktop";
+    startProgram();
+    endProgram();
+    EXPECT_EQ(stored<bool>("launchAtLogin"), false);
+    EXPECT_FALSE(std::filesystem::exists(entry));
+    std::filesystem::create_directories(entry.parent_path());
+    test::writeFile(entry, "[Desktop Entry]\nType=Application\nName=Velmor\nExec=somewhere-else\n");
+    startProgram();
+    endProgram();
+    EXPECT_EQ(stored<bool>("launchAtLogin"), true);
+    // Registered anew with the program that runs now.
+    EXPECT_THAT(test::contentOf(entry), HasSubstr(test::programPath("velmor")));
+}
+
+} // namespace
+} // namespace velmor
