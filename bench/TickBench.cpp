@@ -32,8 +32,9 @@ void tick(benchmark::State& state, DefaultsStore& defaults, VirtualMainLoop& loo
     const Calendar calendar = Calendar::inZone("UTC").value();
     test::FakeNotificationCenter notifications;
     NoLoginItem loginItem;
-    AppState hub(
-        {loop, audio, audio, defaults, calendar, notifications, loginItem, SessionStorage::nowhere()});
+    NoWorkspace workspace;
+    AppState hub({loop, audio, audio, defaults, calendar, notifications, loginItem, workspace,
+                  SessionStorage::nowhere()});
     hub.settings.calibrationOffset = 110;
     setPrintedLines(PrintedLines::nowhere);
     hub.startSession("REAPER");
@@ -91,7 +92,8 @@ void eightHours(benchmark::State& state)
         const Calendar calendar = Calendar::inZone("UTC").value();
         test::FakeNotificationCenter notifications;
         NoLoginItem loginItem;
-        AppState hub({loop, audio, audio, defaults, calendar, notifications, loginItem,
+        NoWorkspace workspace;
+        AppState hub({loop, audio, audio, defaults, calendar, notifications, loginItem, workspace,
                       SessionStorage::inFolder(folder.path())});
         hub.startSession("REAPER");
         // A level for each second.

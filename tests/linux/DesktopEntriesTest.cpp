@@ -34,7 +34,8 @@ TEST(DesktopEntry, IsAbsentForWhatIsNoProgram)
 
 TEST(DesktopEntry, WithoutACommandThatCanBeReadIsThereAllTheSame)
 {
-    for (const char* command : {"", "Exec=\n", "Exec=\"unbalanced\n", "Exec=%U\n", "Exec=flatpak run a.b.C\n"}) {
+    for (const char* command :
+         {"", "Exec=\n", "Exec=\"unbalanced\n", "Exec=%U\n", "Exec=flatpak run a.b.C\n"}) {
         const auto entry = read("Type=Application\n" + std::string(command));
         ASSERT_TRUE(entry) << command;
         EXPECT_EQ(entry->name, "id");
@@ -66,6 +67,13 @@ TEST(DesktopEntries, TheUsersOwnHideTheSystems)
     EXPECT_EQ(entries.ofProgram("gone"), nullptr);
     // A single letter without its version is like too many others.
     EXPECT_EQ(entries.ofProgram("a8"), nullptr);
+
+    write("own/applications/ardour7.desktop", "Name=Ardour 7\nExec=ardour7\n");
+    write("own/applications/ardour8.desktop", "Name=Ardour 8\nExec=ardour8\n");
+    entries.refresh();
+    EXPECT_EQ(entries.ofProgram("ardour-8.6.0"), entries.withID("ardour8"));
+    EXPECT_EQ(entries.ofProgram("ardour-7.5.0"), entries.withID("ardour7"));
+    EXPECT_NE(entries.ofProgram("ardour-9.0"), nullptr);
 
     std::filesystem::create_directories(folder / "missing/applications");
     write("missing/applications/c.desktop", "Name=New\nExec=sea-1.2\n");

@@ -136,9 +136,8 @@ TEST_F(AutostartLoginItemTest, IsOffUntilItIsRegisteredAndAgainWhenItIsNot)
 TEST_F(AutostartLoginItemTest, NamesTheProgramInTheFormOfDesktopFiles)
 {
     item.registerItem();
-    EXPECT_THAT(test::contentOf(file),
-                HasSubstr(R"(Exec="/opt/my \\"tools\\"/\\$1 100%%/velmor\\\\x")"
-                          "\n"));
+    EXPECT_THAT(test::contentOf(file), HasSubstr(R"(Exec="/opt/my \\"tools\\"/\\$1 100%%/velmor\\\\x")"
+                                                 "\n"));
 }
 
 TEST_F(AutostartLoginItemTest, TheDesktopsOwnSwitchesCount)
@@ -183,7 +182,8 @@ TEST(TimeZoneWatch, TellsWhenTheZonesFileIsReplacedAndOfNoOtherFile)
     const test::TemporaryFolder folder;
     PollMainLoop loop;
     int changes = 0;
-    const TimeZoneWatch watch(loop, [&] { ++changes; }, folder.path());
+    const TimeZoneWatch watch(
+        loop, [&] { ++changes; }, folder.path());
     const auto run = [&] {
         loop.after(0.05, [&] { loop.quit(); });
         loop.run();
@@ -203,7 +203,8 @@ TEST(TimeZoneWatch, TellsWhenTheZonesFileIsReplacedAndOfNoOtherFile)
 TEST(TimeZoneWatch, AFolderThatIsNotThereIsNoTrouble)
 {
     PollMainLoop loop;
-    const TimeZoneWatch watch(loop, [] { ADD_FAILURE(); }, "/nonexistent");
+    const TimeZoneWatch watch(
+        loop, [] { ADD_FAILURE(); }, "/nonexistent");
     loop.after(0.01, [&] { loop.quit(); });
     loop.run();
 }

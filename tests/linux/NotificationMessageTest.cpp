@@ -25,8 +25,7 @@ TEST(NotificationMessage, ASubtitleLeadsTheBody)
 TEST(NotificationMessage, TheBodyIsEscapedWhereTheServerReadsMarkupAndOnlyThere)
 {
     const NotificationRequest request{.title = "A & <B>", .subtitle = "1 < 2", .body = "R&B <b>loud</b>"};
-    EXPECT_EQ(notificationMessage(request, {}, everything).body,
-              "1 &lt; 2\nR&amp;B &lt;b&gt;loud&lt;/b&gt;");
+    EXPECT_EQ(notificationMessage(request, {}, everything).body, "1 &lt; 2\nR&amp;B &lt;b&gt;loud&lt;/b&gt;");
     EXPECT_EQ(notificationMessage(request, {}, {}).body, "1 < 2\nR&B <b>loud</b>");
     // A summary has no markup anywhere.
     EXPECT_EQ(notificationMessage(request, {}, everything).summary, "A & <B>");
@@ -42,7 +41,8 @@ TEST(NotificationMessage, TheCategorysActionsBecomeButtonsWhereTheServerHasThem)
 
 TEST(NotificationMessage, ATimeSensitiveOneIsCritical)
 {
-    EXPECT_EQ(notificationMessage({.interruptionLevel = InterruptionLevel::timeSensitive}, {}, {}).urgency, 2);
+    EXPECT_EQ(notificationMessage({.interruptionLevel = InterruptionLevel::timeSensitive}, {}, {}).urgency,
+              2);
     EXPECT_EQ(notificationMessage({}, {}, {}).urgency, 1);
 }
 

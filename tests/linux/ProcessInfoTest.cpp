@@ -49,9 +49,17 @@ TEST(ProcessInfo, AFlatpakTellsItsNameAndItsInstance)
 {
     const auto sandbox = scopeFromFlatpakInfo("[Application]\nname=a.b.C\n[Instance]\ninstance-id=12\n");
     EXPECT_EQ(sandbox, (ApplicationScope{"flatpak:12", "a.b.C"}));
-    EXPECT_EQ(scopeFromFlatpakInfo("[Application]\nname=a.b.C\n"), (ApplicationScope{"flatpak:a.b.C", "a.b.C"}));
+    EXPECT_EQ(scopeFromFlatpakInfo("[Application]\nname=a.b.C\n"),
+              (ApplicationScope{"flatpak:a.b.C", "a.b.C"}));
     for (const char* text : {"", "name=a.b.C\n", "[Application]\n", "[Application]\nname=\n", "\x01\xff"})
         EXPECT_EQ(scopeFromFlatpakInfo(text), std::nullopt) << text;
+}
+
+TEST(ProcessInfo, TheOwnerIsTheEffectiveUser)
+{
+    EXPECT_EQ(ownerFromStatus("Name:\tx\nUid:\t1000\t1001\t0\t0\n"), 1001U);
+    for (const char* text : {"", "Uid:\t1\t2", "\nUid:\t1", "\nUid:\t1\tx"})
+        EXPECT_EQ(ownerFromStatus(text), std::nullopt) << text;
 }
 
 TEST(ProcessInfo, ReadsARealProcess)
@@ -80,6 +88,14 @@ TEST(ProgramName, IsTheExecutableOrWhatAnInterpreterRuns)
     EXPECT_EQ(programName("", Words{"env", "WINEPREFIX=/home/me/.wine", "wine", R"(C:\A\FL64.exe)"}),
               "fl64.exe");
     EXPECT_EQ(programName("/usr/bin/bash", Words{"bash"}), "");
+    // A text that is to be run is no name, whatever it ends with.
+    for (const Words& words : {Words{"sh", "-c", "rsync -a . /backup/reaper"},
+                               Words{"bash", "-ec", "/reaper"}, Words{"bash", "--norc", "-c", "reaper"}})
+        EXPECT_EQ(programName("/usr/bin/bash", words), "") << words[1];
+    EXPECT_EQ(programName("/usr/bin/python3", Words{"python3", "-c", "reaper"}), "");
+    EXPECT_EQ(programName("/usr/bin/perl", Words{"perl", "-e", "reaper"}), "");
+    EXPECT_EQ(programName("/usr/bin/java", Words{"java", "-cp", "a:/b/reaper", "Main"}), "");
+    EXPECT_EQ(programName("/usr/bin/java", Words{"java", "-jar", "/opt/x.jar"}), "x.jar");
     EXPECT_EQ(programName("/usr/bin/bash", Words{}), "");
     EXPECT_EQ(programName("", Words{}), "");
     EXPECT_EQ(programName("", Words{"flatpak", "run", "a.b.C"}), "");

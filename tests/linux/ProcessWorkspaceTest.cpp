@@ -22,15 +22,14 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr auto reaper = "com.cockos.reaper";
-constexpr auto bitwig = "com.bitwig.studio";
 
 void writeDesktopFile(const std::filesystem::path& dataFolder, const std::string& id, const std::string& name,
                       const std::string& exec, const std::string& more = {})
 {
     std::filesystem::create_directories(dataFolder / "applications");
     test::writeFile(dataFolder / "applications" / (id + ".desktop"),
-                    "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + exec + "\nIcon=" + id + "\n" +
-                        more);
+                    "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + exec + "\nIcon=" + id +
+                        "\n" + more);
 }
 
 /// Programs that can't run here, in a folder like /proc.
@@ -107,8 +106,7 @@ TEST_F(ProcessWorkspaceTest, TheWorkstationsOfThisDesktopAreKnownByTheirExecutab
 {
     start();
     int id = 10;
-    for (const auto& [executable, bundleID] :
-         std::vector<std::pair<std::string, std::string>>{
+    for (const auto& [executable, bundleID] : std::vector<std::pair<std::string, std::string>>{
              {"/opt/REAPER/reaper", "com.cockos.reaper"},
              {"/home/user/bitwig-studio/BitwigStudio", "com.bitwig.studio"},
              {"/tmp/.mount_audacixyz/bin/audacity", "org.audacityteam.audacity"},
@@ -155,7 +153,8 @@ TEST_F(ProcessWorkspaceTest, WhatWineRunsBesideThemIsNoWorkstation)
         processes.add({.id = id++, .executable = "/usr/lib/wine/wine64-preloader", .arguments = {program}});
     EXPECT_THAT(scanned(), IsEmpty());
     // Any other program of the user's can be watched for under its own name.
-    processes.add({.id = id, .executable = "/usr/bin/wine-preloader", .arguments = {R"(C:\Mixbus\Mixbus9.exe)"}});
+    processes.add(
+        {.id = id, .executable = "/usr/bin/wine-preloader", .arguments = {R"(C:\Mixbus\Mixbus9.exe)"}});
     EXPECT_THAT(scanned(), ElementsAre("launch mixbus9.exe"));
 }
 
@@ -178,10 +177,8 @@ TEST_F(ProcessWorkspaceTest, AFlatpakIsNamedByItsSandbox)
                    .cgroup = scope,
                    .flatpakInfo = info});
     EXPECT_THAT(scanned(), ElementsAre("launch com.bitwig.studio"));
-    processes.remove(12);
-    processes.remove(11);
     EXPECT_THAT(scanned(), IsEmpty());
-    processes.remove(10);
+    processes.remove(12);
     EXPECT_THAT(scanned(), ElementsAre("end com.bitwig.studio"));
 }
 
@@ -200,7 +197,8 @@ TEST_F(ProcessWorkspaceTest, AScopesLeaderIsNamedByTheScope)
 {
     start();
     const std::string scope = scopeOf("app-gnome-zrythm\\x2dbeta-4711.scope");
-    processes.add({.id = 10, .executable = "/bin/bash", .arguments = {"/bin/sh", "/opt/start"}, .cgroup = scope});
+    processes.add(
+        {.id = 10, .executable = "/bin/bash", .arguments = {"/bin/sh", "/opt/start"}, .cgroup = scope});
     processes.add({.id = 11, .parent = 10, .executable = "/opt/z/bin", .cgroup = scope});
     EXPECT_THAT(scanned(), ElementsAre("launch zrythm-beta"));
     processes.remove(11);
@@ -209,17 +207,104 @@ TEST_F(ProcessWorkspaceTest, AScopesLeaderIsNamedByTheScope)
     EXPECT_THAT(scanned(), ElementsAre("end zrythm-beta"));
 }
 
-TEST_F(ProcessWorkspaceTest, AWorkstationThatAScriptStartsRunsAsLongAsEither)
+TEST_F(ProcessWorkspaceTest, AWorkstationRunsFromTheScriptThatStartsItToItsOwnEnd)
 {
     start();
     const std::string scope = scopeOf("app-cockos\\x2dreaper-ab12.scope");
-    processes.add({.id = 10, .executable = "/bin/bash", .arguments = {"/bin/sh", "/opt/start"}, .cgroup = scope});
-    processes.add({.id = 11, .parent = 10, .executable = "/opt/REAPER/reaper", .cgroup = scope});
+    processes.add(
+        {.id = 10, .executable = "/bin/bash", .arguments = {"/bin/sh", "/opt/start"}, .cgroup = scope});
     EXPECT_THAT(scanned(), ElementsAre("launch com.cockos.reaper"));
+    processes.add({.id = 11, .parent = 10, .executable = "/opt/REAPER/reaper", .cgroup = scope});
+    EXPECT_THAT(scanned(), IsEmpty());
+    // What the script does then is no work with it.
+    processes.remove(11);
+    EXPECT_THAT(scanned(), ElementsAre("end com.cockos.reaper"));
+    EXPECT_THAT(scanned(), IsEmpty());
+}
+
+TEST_F(ProcessWorkspaceTest, AStarterThatEndsBeforeItsProgramEndsNothing)
+{
+    start();
+    processes.add({.id = 10, .executable = "/opt/bitwig-studio/bitwig-studio"});
+    processes.add({.id = 11, .parent = 10, .executable = "/opt/bitwig-studio/bin/BitwigStudio"});
+    EXPECT_THAT(scanned(), ElementsAre("launch com.bitwig.studio"));
     processes.remove(10);
     EXPECT_THAT(scanned(), IsEmpty());
     processes.remove(11);
+    EXPECT_THAT(scanned(), ElementsAre("end com.bitwig.studio"));
+}
+
+TEST_F(ProcessWorkspaceTest, AScriptThatBecomesAWorkstationIsThatWorkstation)
+{
+    writeDesktopFile(data.path(), "my-reaper", "My REAPER", "/home/me/my-reaper");
+    start();
+    processes.add({.id = 10, .executable = "/bin/bash", .arguments = {"/bin/sh", "/home/me/my-reaper"}});
+    EXPECT_THAT(scanned(), ElementsAre("launch my-reaper"));
+    processes.add({.id = 10, .executable = "/opt/REAPER/reaper"});
+    EXPECT_THAT(scanned(), ElementsAre("end my-reaper", "launch com.cockos.reaper"));
+    // And its own child is a helper.
+    processes.add({.id = 11, .parent = 10, .executable = "/opt/REAPER/reaper"});
+    EXPECT_THAT(scanned(), IsEmpty());
+    processes.remove(10);
     EXPECT_THAT(scanned(), ElementsAre("end com.cockos.reaper"));
+}
+
+TEST_F(ProcessWorkspaceTest, AScriptThatBecomesSomethingWithoutANameStaysWhatItWas)
+{
+    start();
+    processes.add({.id = 10, .executable = "/bin/bash", .arguments = {"/bin/sh", "/usr/bin/ardour8"}});
+    EXPECT_THAT(scanned(), ElementsAre("launch ardour8"));
+    processes.add({.id = 10, .executable = "/usr/lib/whatever/engine"});
+    EXPECT_THAT(scanned(), IsEmpty());
+    processes.remove(10);
+    EXPECT_THAT(scanned(), ElementsAre("end ardour8"));
+}
+
+TEST_F(ProcessWorkspaceTest, AProcessThatItsLauncherMovesIntoAScopeGoesOn)
+{
+    start();
+    processes.add({.id = 10, .executable = "/opt/REAPER/reaper"});
+    EXPECT_THAT(scanned(), ElementsAre("launch com.cockos.reaper"));
+    processes.add(
+        {.id = 10, .executable = "/opt/REAPER/reaper", .cgroup = scopeOf("app-cockos\\x2dreaper-1.scope")});
+    EXPECT_THAT(scanned(), IsEmpty());
+}
+
+TEST_F(ProcessWorkspaceTest, AProgramThatRestartsItselfIsFoundAgain)
+{
+    start();
+    processes.add({.id = 10, .executable = "/opt/REAPER/reaper"});
+    scanned();
+    processes.add({.id = 11, .parent = 10, .executable = "/opt/REAPER/reaper"});
+    EXPECT_THAT(scanned(), IsEmpty());
+    processes.remove(10);
+    EXPECT_THAT(scanned(), ElementsAre("end com.cockos.reaper"));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_THAT(scanned(), IsEmpty()) << i;
+    EXPECT_THAT(scanned(), ElementsAre("launch com.cockos.reaper"));
+}
+
+TEST_F(ProcessWorkspaceTest, AServiceThatIsStartedAgainIsLedByItsNewProcess)
+{
+    start();
+    const std::string unit = scopeOf("app-lmms@autostart.service");
+    for (const int id : {10, 11}) {
+        processes.add({.id = id, .executable = "/opt/l", .cgroup = unit});
+        EXPECT_THAT(scanned(), ElementsAre("launch lmms"));
+        processes.remove(id);
+        EXPECT_THAT(scanned(), ElementsAre("end lmms"));
+    }
+}
+
+TEST_F(ProcessWorkspaceTest, AFlatpakThatIsStartedInATerminalIsNotTheTerminal)
+{
+    start();
+    const std::string scope = scopeOf("app-org.example.Terminal-99.scope");
+    const std::string info = "[Application]\nname=org.ardour.Ardour\n\n[Instance]\ninstance-id=5\n";
+    processes.add({.id = 10, .executable = "/usr/bin/terminal", .cgroup = scope});
+    processes.add(
+        {.id = 11, .parent = 10, .executable = "/usr/bin/bwrap", .cgroup = scope, .flatpakInfo = info});
+    EXPECT_THAT(scanned(), ElementsAre("launch org.example.Terminal", "launch org.ardour.Ardour"));
 }
 
 TEST_F(ProcessWorkspaceTest, AProgramThatIsStartedInATerminalIsNotTheTerminal)
@@ -274,7 +359,8 @@ TEST_F(ProcessWorkspaceTest, ACrashHandlerThatOutlivesItsProgramDoesNotKeepIt)
     start();
     const std::string scope = scopeOf("app-com.bitwig.BitwigStudio-7.scope");
     processes.add({.id = 10, .executable = "/opt/bitwig-studio/bitwig-studio", .cgroup = scope});
-    processes.add({.id = 11, .parent = 1, .executable = "/opt/bitwig-studio/crashpad_handler", .cgroup = scope});
+    processes.add(
+        {.id = 11, .parent = 1, .executable = "/opt/bitwig-studio/crashpad_handler", .cgroup = scope});
     EXPECT_THAT(scanned(), ElementsAre("launch com.bitwig.studio"));
     processes.remove(10);
     EXPECT_THAT(scanned(), ElementsAre("end com.bitwig.studio"));
@@ -287,9 +373,10 @@ TEST_F(ProcessWorkspaceTest, ACrashHandlerThatOutlivesItsProgramDoesNotKeepIt)
 TEST_F(ProcessWorkspaceTest, TheStarterOfAGameIsNoWorkstation)
 {
     start();
-    processes.add({.id = 10,
-                   .executable = "/home/me/.local/share/Steam/ubuntu12_32/reaper",
-                   .arguments = {"/home/me/.local/share/Steam/ubuntu12_32/reaper", "SteamLaunch", "AppId=1"}});
+    processes.add(
+        {.id = 10,
+         .executable = "/home/me/.local/share/Steam/ubuntu12_32/reaper",
+         .arguments = {"/home/me/.local/share/Steam/ubuntu12_32/reaper", "SteamLaunch", "AppId=1"}});
     EXPECT_THAT(scanned(), IsEmpty());
 }
 
@@ -313,16 +400,19 @@ TEST_F(ProcessWorkspaceTest, AnOldProcessIsNotLookedIntoAgain)
     EXPECT_THAT(scanned(), IsEmpty());
 }
 
-TEST_F(ProcessWorkspaceTest, TwoInstancesAreTwoEntriesAndEndOneByOne)
+TEST_F(ProcessWorkspaceTest, AProgramRunsFromItsFirstProcessToItsLast)
 {
     start();
     processes.add({.id = 10, .executable = "/opt/REAPER/reaper"});
+    EXPECT_THAT(scanned(), ElementsAre("launch com.cockos.reaper"));
+    // A second start, which hands its file over to the first and ends.
     processes.add({.id = 11, .executable = "/opt/REAPER/reaper"});
-    EXPECT_THAT(scanned(), ElementsAre("launch com.cockos.reaper", "launch com.cockos.reaper"));
-    EXPECT_THAT(running(), ElementsAre(reaper, reaper));
+    EXPECT_THAT(scanned(), IsEmpty());
     processes.remove(11);
-    EXPECT_THAT(scanned(), ElementsAre("end com.cockos.reaper"));
+    EXPECT_THAT(scanned(), IsEmpty());
     EXPECT_THAT(running(), ElementsAre(reaper));
+    processes.remove(10);
+    EXPECT_THAT(scanned(), ElementsAre("end com.cockos.reaper"));
 }
 
 TEST_F(ProcessWorkspaceTest, AScriptIsNamedByItself)
@@ -348,7 +438,8 @@ TEST_F(ProcessWorkspaceTest, TheInstalledProgramsAreListedByName)
     const ProcessWorkspace& workspace = start();
     EXPECT_THAT(workspace.installedApplications(),
                 ElementsAre(Application{"ardour8", "Ardour 8"}, Application{reaper, "REAPER"},
-                            Application{"org.example.Terminal", "Terminal"}, Application{"waveform", "Waveform"}));
+                            Application{"org.example.Terminal", "Terminal"},
+                            Application{"waveform", "Waveform"}));
 }
 
 TEST_F(ProcessWorkspaceTest, AProgramsIconIsThatOfItsDesktopFile)
@@ -425,8 +516,8 @@ TEST_F(RealProcessTest, AProgramIsNoticedByTheNextScanAndItsEndWithoutOne)
     // and only the watch of its end can have told.
     EXPECT_THAT(events, ElementsAre("launch", "end"));
     ::waitpid(process, nullptr, 0);
-    EXPECT_THAT(workspace.runningApplications(), testing::Not(testing::Contains(Application{
-                                                     "velmor-test-program", "Test"})));
+    EXPECT_THAT(workspace.runningApplications(),
+                testing::Not(testing::Contains(Application{"velmor-test-program", "Test"})));
 }
 
 TEST_F(RealProcessTest, OneThatRunsAtTheStartIsListedAndItsEndIsNoticed)
@@ -435,7 +526,8 @@ TEST_F(RealProcessTest, OneThatRunsAtTheStartIsListedAndItsEndIsNoticed)
     // The program runs when spawn() returns.
     ProcessWorkspace workspace(loop, {data.path()});
     const auto subscriptions = follow(workspace);
-    EXPECT_THAT(workspace.runningApplications(), testing::Contains(Application{"velmor-test-program", "Test"}));
+    EXPECT_THAT(workspace.runningApplications(),
+                testing::Contains(Application{"velmor-test-program", "Test"}));
     ::kill(process, SIGKILL);
     runUntil(1);
     EXPECT_THAT(events, ElementsAre("end"));

@@ -66,8 +66,8 @@ protected:
 
     void startProgram()
     {
-        program = std::make_unique<Companion>(
-            std::vector<std::string>{programPath("velmor")}, (session / "velmor.log").native());
+        program = std::make_unique<Companion>(std::vector<std::string>{programPath("velmor")},
+                                              (session / "velmor.log").native());
         // On the bus when all else of it is there.
         ASSERT_TRUE(PrivateAudioSession::waitUntil([] { return isOnTheBus(); }));
     }
@@ -86,8 +86,8 @@ protected:
 
     void startWorkstation()
     {
-        workstation = std::make_unique<Companion>(
-            std::vector<std::string>{(session / "reaper").native(), "1000"});
+        workstation =
+            std::make_unique<Companion>(std::vector<std::string>{(session / "reaper").native(), "1000"});
         ASSERT_TRUE(PrivateAudioSession::waitUntil([this] { return isCapturing(); })) << printed();
     }
 

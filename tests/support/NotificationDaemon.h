@@ -30,10 +30,10 @@ public:
     NotificationDaemon()
     {
         const std::string display = m_folder / "display";
-        m_screen = std::make_unique<Companion>(
-            std::vector<std::string>{"Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0",
-                                     "800x600x24"},
-            display);
+        m_screen =
+            std::make_unique<Companion>(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-nolisten",
+                                                                 "tcp", "-screen", "0", "800x600x24"},
+                                        display);
         if (!PrivateAudioSession::waitUntil([&] { return contentOf(display).ends_with("\n"); })) {
             m_problem = "no screen";
             return;
@@ -75,8 +75,8 @@ public:
         for (std::string line; std::getline(lines, line);) {
             ReceivedNotification notification;
             std::istringstream fields(line);
-            for (std::string* field : {&notification.number, &notification.urgency, &notification.summary,
-                                       &notification.body})
+            for (std::string* field :
+                 {&notification.number, &notification.urgency, &notification.summary, &notification.body})
                 std::getline(fields, *field, '\t');
             notifications.push_back(notification);
         }

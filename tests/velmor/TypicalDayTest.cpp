@@ -102,8 +102,9 @@ TEST_F(TypicalDayTest, FromTheWorkstationsStartToTheRecap)
             one.summary == "Session complete" || one.summary == "⚠️ Hearing Dose: Caution (40%)";
         EXPECT_EQ(one.urgency, isOrdinary ? "NORMAL" : "CRITICAL") << one.summary;
     }
-    EXPECT_THAT(daemon->received().back().body,
-                HasSubstr(fmt::format("This session used {:.1f}% of your daily dose.", kept.doseAccumulated)));
+    EXPECT_THAT(
+        daemon->received().back().body,
+        HasSubstr(fmt::format("This session used {:.1f}% of your daily dose.", kept.doseAccumulated)));
 }
 
 TEST_F(TypicalDayTest, TheSnoozeThatIsPressedSilencesTheNextOnes)
@@ -118,8 +119,8 @@ TEST_F(TypicalDayTest, TheSnoozeThatIsPressedSilencesTheNextOnes)
     endProgram();
     EXPECT_GT(stored<double>("DoseCalculator.accumulatedDose").value_or(0), 0.9);
     // A snooze has no say over the recap.
-    EXPECT_THAT(summariesInOrder(), ElementsAre("⚠️ Peak Level: 124 dBA", "⚠️ Hearing Dose: Caution (40%)",
-                                                "Session complete"));
+    EXPECT_THAT(summariesInOrder(), ElementsAre("⚠️ Peak Level: 124 dBA",
+                                                "⚠️ Hearing Dose: Caution (40%)", "Session complete"));
 }
 
 TEST_F(TypicalDayTest, AMicrophoneThatIsPulledOutEndsTheSessionAndTheHistoryHoldsIt)

@@ -101,8 +101,8 @@ TEST_F(VelmorProgramTest, WithoutASessionBusItRunsAllTheSame)
 {
     const std::string address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
     ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent", 1);
-    program = std::make_unique<test::Companion>(
-        std::vector<std::string>{test::programPath("velmor")}, (session / "velmor.log").native());
+    program = std::make_unique<test::Companion>(std::vector<std::string>{test::programPath("velmor")},
+                                                (session / "velmor.log").native());
     startWorkstation();
     workstation.reset();
     EXPECT_TRUE(waitForHistory(1));

@@ -37,6 +37,13 @@ std::vector<std::string> wordsOf(const std::string& command)
     return words;
 }
 
+std::string_view versionOf(std::string_view program)
+{
+    program.remove_prefix(withoutVersion(program).size());
+    const auto digit = program.find_first_of("0123456789");
+    return digit == std::string_view::npos ? std::string_view() : program.substr(digit);
+}
+
 } // namespace
 
 std::optional<DesktopEntry> desktopEntryFromText(std::string_view text, std::string id,
@@ -82,8 +89,17 @@ const DesktopEntry* DesktopEntries::ofProgram(std::string_view program) const
 {
     if (const auto found = m_idsByProgram.find(program); found != m_idsByProgram.end())
         return withID(found->second);
-    const auto found = m_idsByVersionlessProgram.find(lowerCase(withoutVersion(program)));
-    return found != m_idsByVersionlessProgram.end() ? withID(found->second) : nullptr;
+    // Of several versions the one is meant whose number the program's begins with: "ardour8" runs as
+    // "ardour-8.6.0".
+    const auto [first, last] = m_idsByVersionlessProgram.equal_range(lowerCase(withoutVersion(program)));
+    const DesktopEntry* any = nullptr;
+    for (auto id = first; id != last; ++id) {
+        const DesktopEntry* entry = withID(id->second);
+        if (versionOf(program).starts_with(versionOf(entry->program)))
+            return entry;
+        any = entry;
+    }
+    return any;
 }
 
 void DesktopEntries::read()

@@ -53,7 +53,7 @@ private:
     Times m_folderTimes; ///< Of the folders, and of those in them, when they were read.
     std::map<std::string, DesktopEntry> m_entries;
     std::map<std::string, std::string, std::less<>> m_idsByProgram;
-    std::map<std::string, std::string, std::less<>> m_idsByVersionlessProgram;
+    std::multimap<std::string, std::string, std::less<>> m_idsByVersionlessProgram;
 };
 
 } // namespace velmor

@@ -157,25 +157,46 @@ std::optional<ApplicationScope> scopeFromFlatpakInfo(std::string_view info)
     return ApplicationScope{"flatpak:" + keys->text("Instance", "instance-id").value_or(*id), *id};
 }
 
+std::optional<uid_t> ownerFromStatus(std::string_view status)
+{
+    // "Uid:" and the real, the effective and two more users.
+    constexpr std::string_view key = "\nUid:\t";
+    const auto line = status.find(key);
+    if (line == std::string_view::npos)
+        return std::nullopt;
+    status.remove_prefix(line + key.size());
+    const auto separator = status.find('\t');
+    if (separator == std::string_view::npos)
+        return std::nullopt;
+    status.remove_prefix(separator + 1);
+    uid_t owner = 0;
+    const auto [end, error] = std::from_chars(status.data(), status.data() + status.size(), owner);
+    return error == std::errc() ? std::optional(owner) : std::nullopt;
+}
+
+std::optional<uid_t> readOwner(int processes, pid_t id)
+{
+    return ownerFromStatus(textOf(processes, fmt::format("{}/status", id)));
+}
+
 std::optional<ProcessInfo> readProcess(int processes, pid_t id)
 {
     const std::string folder = fmt::format("{}", id);
     ProcessInfo process;
     process.id = id;
+    process.arguments = argumentsIn(textOf(processes, folder + "/cmdline"));
     process.executable = executableOf(processes, folder);
-    if (process.executable.empty())
-        return std::nullopt;
+    // Where a program has rights of its own, only its command may be read.
+    if (process.executable.empty() && !process.arguments.empty())
+        process.executable = process.arguments.front();
     const auto parent = parentFromStat(textOf(processes, folder + "/stat"));
-    if (!parent)
+    if (process.executable.empty() || !parent)
         return std::nullopt;
     process.parent = *parent;
-    process.arguments = argumentsIn(textOf(processes, folder + "/cmdline"));
     process.scope = scopeFromCgroup(textOf(processes, folder + "/cgroup"));
     if (auto sandbox = scopeFromFlatpakInfo(textOf(processes, folder + "/root/.flatpak-info"))) {
-        // The sandbox knows its name best, the scope tells one launch from another also on the outside.
-        if (process.scope)
-            process.scope->applicationID = sandbox->applicationID;
-        else
+        // Started in a terminal it is in that one's scope. Its own tells it from what is outside.
+        if (!process.scope || process.scope->applicationID != sandbox->applicationID)
             process.scope = std::move(sandbox);
     }
     return process;

@@ -40,9 +40,14 @@ std::optional<ApplicationScope> scopeFromCgroup(std::string_view cgroup);
 /// The sandbox of a Flatpak, from its ".flatpak-info": as good as a scope, where there is no systemd.
 std::optional<ApplicationScope> scopeFromFlatpakInfo(std::string_view info);
 
+/// The user for whom a process acts, from its "status".
+std::optional<uid_t> ownerFromStatus(std::string_view status);
+
+/// \param processes descriptor of /proc, also below.
+std::optional<uid_t> readOwner(int processes, pid_t id);
+
 /// Reads what a process is at this moment.
-/// \param processes descriptor of /proc.
-/// \return absent for one that has ended and for those that only the kernel or another user may look at.
+/// \return absent for one that has ended and for those of the kernel's own.
 std::optional<ProcessInfo> readProcess(int processes, pid_t id);
 
 } // namespace velmor

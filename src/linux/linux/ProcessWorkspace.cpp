@@ -27,6 +27,9 @@ constexpr double scanIntervalSeconds = 1.0;
 /// shows by the next scans.
 constexpr int looksIntoANewProcess = 3;
 
+/// A process that outlives the program which started it by so many scans is the program itself.
+constexpr int scansOfAnHeir = 5;
+
 /// More leaders than this are not remembered beyond their end.
 constexpr std::size_t rememberedLeaders = 256;
 
@@ -59,18 +62,18 @@ ProcessWorkspace::~ProcessWorkspace()
 
 std::vector<Application> ProcessWorkspace::runningApplications() const
 {
-    std::vector<Application> applications;
-    for (const Instance& instance : m_instances)
-        applications.push_back(instance.application);
-    return applications;
+    return m_running;
 }
 
 std::vector<Application> ProcessWorkspace::installedApplications() const
 {
     std::vector<Application> applications;
     for (const auto& [id, entry] : m_entries.all()) {
-        if (entry.isShown)
-            applications.push_back(applicationWithID(id, entry.name));
+        const Application application = applicationWithID(id);
+        // A program may have a desktop file for each of its tasks.
+        if (entry.isShown && std::ranges::find(applications, application.bundleID, &Application::bundleID) ==
+                                 applications.end())
+            applications.push_back(application);
     }
     std::ranges::sort(applications, {}, [](const Application& a) { return lowerCase(a.name); });
     return applications;
@@ -91,7 +94,7 @@ std::optional<std::filesystem::path> ProcessWorkspace::applicationLocation(const
     if (const DesktopEntry* entry = m_entries.withID(bundleID))
         return entry->file;
     for (const auto& [id, entry] : m_entries.all()) {
-        if (applicationWithID(id, {}).bundleID == bundleID)
+        if (applicationWithID(id).bundleID == bundleID)
             return entry.file;
     }
     return std::nullopt;
@@ -109,6 +112,27 @@ std::optional<ApplicationIcon> ProcessWorkspace::icon(const std::filesystem::pat
 void ProcessWorkspace::scan()
 {
     const std::vector<pid_t> ids = listedNow();
+    const std::vector<pid_t> toLookInto = noteListed(ids);
+
+    // Where an exit can't be watched, the list tells of it.
+    std::vector<pid_t> gone;
+    for (const auto& [id, member] : m_members) {
+        if (!isListed(id))
+            gone.push_back(id);
+    }
+    for (const pid_t id : gone)
+        leave(id);
+
+    if (!toLookInto.empty())
+        m_entries.refresh();
+    for (const pid_t id : toLookInto)
+        look(id);
+    followHelpers();
+}
+
+/// \return those that are to be looked into.
+std::vector<pid_t> ProcessWorkspace::noteListed(const std::vector<pid_t>& ids)
+{
     std::vector<Listed> listed;
     listed.reserve(ids.size());
     std::vector<pid_t> toLookInto;
@@ -123,21 +147,7 @@ void ProcessWorkspace::scan()
         listed.push_back({id, std::max(looksLeft - 1, 0)});
     }
     m_listed = std::move(listed);
-
-    // Where an exit can't be watched, the list tells of it.
-    std::vector<pid_t> gone;
-    for (const auto& [id, member] : m_members) {
-        if (!std::ranges::binary_search(ids, id))
-            gone.push_back(id);
-    }
-    for (const pid_t id : gone)
-        leave(id);
-    std::erase_if(m_helpers, [this](const auto& helper) { return !isListed(helper.first); });
-
-    if (!toLookInto.empty())
-        m_entries.refresh();
-    for (const pid_t id : toLookInto)
-        look(id);
+    return toLookInto;
 }
 
 std::vector<pid_t> ProcessWorkspace::listedNow() const
@@ -164,52 +174,68 @@ std::vector<pid_t> ProcessWorkspace::listedNow() const
     return ids;
 }
 
-void ProcessWorkspace::look(pid_t id)
+bool ProcessWorkspace::isListed(pid_t id) const
+{
+    return std::ranges::binary_search(m_listed, id, {}, &Listed::id);
+}
+
+bool ProcessWorkspace::isOfThisUser(pid_t id) const
 {
     struct stat status = {};
-    const std::string name = fmt::format("{}", id);
-    if (::fstatat(m_processes, name.c_str(), &status, 0) != 0 || status.st_uid != ::geteuid())
+    if (::fstatat(m_processes, fmt::format("{}", id).c_str(), &status, 0) != 0)
+        return false;
+    // A program with rights of its own is shown as the system's.
+    return status.st_uid == ::geteuid() || readOwner(m_processes, id) == ::geteuid();
+}
+
+void ProcessWorkspace::look(pid_t id)
+{
+    if (!isOfThisUser(id))
         return;
     const auto process = readProcess(m_processes, id);
     const auto identity = process ? identityOf(*process) : std::nullopt;
+    // What can't be told any more stays what it was: a script that has become what it starts.
+    if (!identity)
+        return;
     const auto member = m_members.find(id);
-    if (member != m_members.end()) {
-        if (identity && identity->instanceKey == member->second.instanceKey)
-            return;
-        leave(id);
-    }
-    if (identity)
+    if (member == m_members.end()) {
         join(*process, *identity);
+        return;
+    }
+    const std::string before = member->second.identity.application.bundleID;
+    member->second.executable = process->executable;
+    member->second.scopePath = process->scope ? process->scope->path : "";
+    if (before == identity->application.bundleID) {
+        member->second.identity = *identity;
+        return;
+    }
+    leave(id);
+    join(*process, *identity);
 }
 
 std::optional<ProcessWorkspace::Identity> ProcessWorkspace::identityOf(const ProcessInfo& process)
 {
     if (isHelperCommand(process.arguments) || isGameStarter(process.arguments))
         return std::nullopt;
+    const std::string program = programName(process.executable, process.arguments);
     const bool isLeader = leadsItsScope(process);
     const auto scoped =
-        process.scope ? std::optional(applicationWithID(process.scope->applicationID, {})) : std::nullopt;
-    if (auto own = ownApplication(process)) {
-        if (isHelperOfOwnProgram(process, own->bundleID))
-            return std::nullopt;
-        // A launcher's scope may have another name for the program than its desktop file has: the leader
-        // is what was launched. What else is started in there, as from a terminal, stands for itself.
-        if (scoped && (isLeader || scoped->bundleID == own->bundleID)) {
-            const bool isWorkstation =
-                workstationOfProgram(programName(process.executable, process.arguments)).has_value();
-            return Identity{process.scope->path, isWorkstation ? *own : *scoped};
-        }
-        return Identity{fmt::format("{}", process.id), *own};
-    }
-    if (scoped && isLeader)
-        return Identity{process.scope->path, *scoped};
+        process.scope ? std::optional(applicationWithID(process.scope->applicationID)) : std::nullopt;
+    const auto own = ownApplication(program);
+    if (own && isHelper(process, program))
+        return std::nullopt;
+    // A workstation is one, wherever it was started. Of other programs the scope knows the name by which
+    // they were launched; what is started in there besides, as in a terminal, stands for itself.
+    if (own && (!scoped || !isLeader || workstationOfProgram(program)))
+        return Identity{*own, program, true};
+    if (scoped && isLeader && (own || !m_leaders.at(process.scope->path).hasLedToProgram))
+        return Identity{*scoped, program, own.has_value()};
     return std::nullopt;
 }
 
 /// What the process's own executable tells of it.
-std::optional<Application> ProcessWorkspace::ownApplication(const ProcessInfo& process) const
+std::optional<Application> ProcessWorkspace::ownApplication(const std::string& program) const
 {
-    const std::string program = programName(process.executable, process.arguments);
     if (program.empty())
         return std::nullopt;
     const DesktopEntry* entry = m_entries.ofProgram(program);
@@ -218,78 +244,102 @@ std::optional<Application> ProcessWorkspace::ownApplication(const ProcessInfo& p
     if (isHelperName(lowerCase(program)))
         return std::nullopt;
     if (entry)
-        return applicationWithID(entry->id, entry->name);
+        return applicationWithID(entry->id);
     // A program for Windows has no other name; it may be added under this one.
     if (program.ends_with(".exe"))
         return Application{program, program};
     return std::nullopt;
 }
 
-/// A program that runs itself again has started a helper: it stays one when the program above has ended.
-bool ProcessWorkspace::isHelperOfOwnProgram(const ProcessInfo& process, const std::string& bundleID)
+/// A program that runs itself again has started a helper.
+bool ProcessWorkspace::isHelper(const ProcessInfo& process, const std::string& program)
 {
     const auto known = m_helpers.find(process.id);
-    if (known != m_helpers.end() && known->second == process.executable)
-        return true;
-    if (!hasAncestorOfProgram(process, bundleID))
+    if (known != m_helpers.end() && known->second.executable == process.executable)
+        return known->second.scansAlone < scansOfAnHeir;
+    const auto ancestor = ancestorOfProgram(process, program);
+    if (!ancestor)
         return false;
-    m_helpers[process.id] = process.executable;
+    m_helpers[process.id] = Helper{process.executable, *ancestor};
     return true;
 }
 
-/// Whether one of the processes above is of the same program and the same executable.
-bool ProcessWorkspace::hasAncestorOfProgram(const ProcessInfo& process, const std::string& bundleID) const
+/// One of the processes above that is of the same program and the same executable.
+std::optional<pid_t> ProcessWorkspace::ancestorOfProgram(const ProcessInfo& process,
+                                                         const std::string& program) const
 {
     pid_t ancestor = process.parent;
     // Long enough for any real family; a ring of parents can't be.
     for (int generation = 0; generation < 64 && ancestor > 1; ++generation) {
         const auto member = m_members.find(ancestor);
-        if (member != m_members.end() && member->second.executable == process.executable) {
-            const auto instance = std::ranges::find(m_instances, member->second.instanceKey, &Instance::key);
-            if (instance != m_instances.end() && instance->application.bundleID == bundleID)
-                return true;
-        }
+        if (member != m_members.end() && member->second.executable == process.executable &&
+            member->second.identity.program == program)
+            return ancestor;
         const auto parent = readProcess(m_processes, ancestor);
         if (!parent)
-            return false;
+            return std::nullopt;
         ancestor = parent->parent;
     }
-    return false;
+    return std::nullopt;
+}
+
+/// A scanner ends with the program that has started it. One that goes on is what the program has made of
+/// itself: after a restart that it was told to, or to run in the background.
+void ProcessWorkspace::followHelpers()
+{
+    std::erase_if(m_helpers, [this](const auto& helper) { return !isListed(helper.first); });
+    std::vector<pid_t> heirs;
+    for (auto& [id, helper] : m_helpers) {
+        if (m_members.contains(helper.ancestor))
+            helper.scansAlone = 0;
+        else if (++helper.scansAlone == scansOfAnHeir)
+            heirs.push_back(id);
+    }
+    for (const pid_t id : heirs)
+        look(id);
 }
 
 /// The first process of a scope leads it, from then on and alone: what is left in there when it has ended
-/// are its helpers.
+/// are its helpers. A service may be started again under its name.
 bool ProcessWorkspace::leadsItsScope(const ProcessInfo& process)
 {
     if (!process.scope)
         return false;
-    const auto leader = m_leaders.find(process.scope->path);
-    if (leader != m_leaders.end())
-        return leader->second == process.id;
+    const std::string& path = process.scope->path;
+    const auto leader = m_leaders.find(path);
+    if (leader != m_leaders.end() && (isListed(leader->second.id) || !path.ends_with(".service")))
+        return leader->second.id == process.id;
     const auto parent = readProcess(m_processes, process.parent);
-    const bool isFirst = !parent || !parent->scope || parent->scope->path != process.scope->path;
+    const bool isFirst = !parent || !parent->scope || parent->scope->path != path;
     if (!isFirst || isHelperName(lowerCase(programName(process.executable, process.arguments))))
         return false;
     if (m_leaders.size() >= rememberedLeaders)
-        std::erase_if(m_leaders, [this](const auto& entry) { return !isListed(entry.second); });
-    m_leaders.emplace(process.scope->path, process.id);
+        std::erase_if(m_leaders, [this](const auto& entry) { return !isListed(entry.second.id); });
+    m_leaders.insert_or_assign(path, Leader{process.id});
     return true;
-}
-
-bool ProcessWorkspace::isListed(pid_t id) const
-{
-    return std::ranges::binary_search(m_listed, id, {}, &Listed::id);
 }
 
 void ProcessWorkspace::join(const ProcessInfo& process, const Identity& identity)
 {
+    const std::string scopePath = process.scope ? process.scope->path : "";
+    const bool isNew = !isRunning(identity.application.bundleID);
     Member& member = m_members[process.id];
-    member.instanceKey = identity.instanceKey;
+    member.identity = identity;
     member.executable = process.executable;
+    member.scopePath = scopePath;
     watchExit(process.id, member);
-    if (std::ranges::find(m_instances, identity.instanceKey, &Instance::key) != m_instances.end())
+    // The program itself is there now: what has only led to it may do other things after its end.
+    if (const auto leader = m_leaders.find(scopePath); identity.isOwn && leader != m_leaders.end()) {
+        leader->second.hasLedToProgram = true;
+        std::erase_if(m_members, [&](const auto& entry) {
+            const Member& other = entry.second;
+            return !other.identity.isOwn && other.scopePath == scopePath &&
+                   other.identity.application.bundleID == identity.application.bundleID;
+        });
+    }
+    if (!isNew)
         return;
-    m_instances.push_back({identity.instanceKey, identity.application});
+    m_running.push_back(identity.application);
     m_launched(identity.application);
 }
 
@@ -298,20 +348,25 @@ void ProcessWorkspace::leave(pid_t id)
     const auto member = m_members.find(id);
     if (member == m_members.end())
         return;
-    const std::string key = member->second.instanceKey;
+    const std::string bundleID = member->second.identity.application.bundleID;
     m_members.erase(member);
     // Its number may belong to another process before the next scan.
     const auto listed = std::ranges::lower_bound(m_listed, id, {}, &Listed::id);
     if (listed != m_listed.end() && listed->id == id)
         listed->looksLeft = looksIntoANewProcess;
-    const bool isStillRunning =
-        std::ranges::any_of(m_members, [&key](const auto& other) { return other.second.instanceKey == key; });
-    const auto instance = std::ranges::find(m_instances, key, &Instance::key);
-    if (isStillRunning || instance == m_instances.end())
+    if (isRunning(bundleID))
         return;
-    const Application application = instance->application;
-    m_instances.erase(instance);
+    const auto running = std::ranges::find(m_running, bundleID, &Application::bundleID);
+    const Application application = *running;
+    m_running.erase(running);
     m_terminated(application);
+}
+
+bool ProcessWorkspace::isRunning(const std::string& bundleID) const
+{
+    return std::ranges::any_of(m_members, [&bundleID](const auto& member) {
+        return member.second.identity.application.bundleID == bundleID;
+    });
 }
 
 void ProcessWorkspace::watchExit(pid_t id, Member& member)
@@ -326,10 +381,10 @@ void ProcessWorkspace::watchExit(pid_t id, Member& member)
     member.exitWatch = m_loop.watch(descriptor, [this, id] { leave(id); });
 }
 
-Application ProcessWorkspace::applicationWithID(const std::string& id, const std::string& fallbackName) const
+Application ProcessWorkspace::applicationWithID(const std::string& id) const
 {
     const DesktopEntry* entry = m_entries.withID(id);
-    const std::string name = entry ? entry->name : !fallbackName.empty() ? fallbackName : id;
+    const std::string name = entry ? entry->name : id;
     if (const auto workstation = workstationWithID(id))
         return {*workstation, name};
     const auto workstation = entry ? workstationOfProgram(entry->program) : std::nullopt;

@@ -25,8 +25,9 @@ namespace velmor {
 /// only into new ones; the end of a program's process is noticed at once.
 ///
 /// A program is named by its Flatpak, by the scope that its launcher made for it, or by the desktop file of
-/// its executable; workstations get the identifier that all desktops know them by. A plug-in scanner, a
-/// crash handler or another process that a program starts is no program of its own. Main thread.
+/// its executable; workstations get the identifier that all desktops know them by. It runs from the first
+/// of its processes to the last: a second start that only hands over to the first one ends nothing. A
+/// plug-in scanner, a crash handler or another process that a program starts is none of them. Main thread.
 class ProcessWorkspace final : public Workspace
 {
 public:
@@ -48,20 +49,37 @@ public:
     void scan();
 
 private:
-    /// One launch of a program: of the scope's name where it has one, else of its process.
-    struct Instance
+    /// What a process stands for.
+    struct Identity
     {
-        std::string key;
         Application application;
+        std::string program; ///< As programName() has it.
+        bool isOwn = false;  ///< Its own executable says so, not only the scope that it leads.
     };
 
-    /// A process without which its instance isn't running.
+    /// A process by which its program is running.
     struct Member
     {
-        std::string instanceKey;
+        Identity identity;
         std::string executable;
+        std::string scopePath;
         std::shared_ptr<void> descriptor;
         std::unique_ptr<DescriptorWatch> exitWatch;
+    };
+
+    /// A process of a program that another process of the same program has started.
+    struct Helper
+    {
+        std::string executable;
+        pid_t ancestor = 0; ///< The one that has started it.
+        int scansAlone = 0; ///< Since that one is a member no more.
+    };
+
+    /// The first process of a scope.
+    struct Leader
+    {
+        pid_t id = 0;
+        bool hasLedToProgram = false; ///< A process of the program's own has come, also if it has ended.
     };
 
     /// A process that has been listed.
@@ -71,25 +89,22 @@ private:
         int looksLeft = 0;
     };
 
-    /// What a process stands for.
-    struct Identity
-    {
-        std::string instanceKey;
-        Application application;
-    };
-
     std::vector<pid_t> listedNow() const;
+    std::vector<pid_t> noteListed(const std::vector<pid_t>& ids);
+    bool isListed(pid_t id) const;
+    bool isOfThisUser(pid_t id) const;
     void look(pid_t id);
     std::optional<Identity> identityOf(const ProcessInfo& process);
-    std::optional<Application> ownApplication(const ProcessInfo& process) const;
-    bool isHelperOfOwnProgram(const ProcessInfo& process, const std::string& bundleID);
-    bool hasAncestorOfProgram(const ProcessInfo& process, const std::string& bundleID) const;
-    bool isListed(pid_t id) const;
+    std::optional<Application> ownApplication(const std::string& program) const;
+    bool isHelper(const ProcessInfo& process, const std::string& program);
+    std::optional<pid_t> ancestorOfProgram(const ProcessInfo& process, const std::string& program) const;
+    void followHelpers();
     bool leadsItsScope(const ProcessInfo& process);
     void join(const ProcessInfo& process, const Identity& identity);
     void leave(pid_t id);
     void watchExit(pid_t id, Member& member);
-    Application applicationWithID(const std::string& id, const std::string& fallbackName) const;
+    bool isRunning(const std::string& bundleID) const;
+    Application applicationWithID(const std::string& id) const;
 
     DescriptorMainLoop& m_loop;
     DesktopEntries m_entries;
@@ -97,11 +112,11 @@ private:
     int m_processes;              ///< Descriptor of the folder.
     std::vector<Listed> m_listed; ///< By number.
     std::map<pid_t, Member> m_members;
-    std::vector<Instance> m_instances;      ///< In the order in which they were noticed.
-    std::map<std::string, pid_t> m_leaders; ///< First processes of scopes, also those that have ended.
+    std::vector<Application> m_running;      ///< In the order in which they were noticed.
+    std::map<std::string, Leader> m_leaders; ///< By scope, also those that have ended.
     boost::signals2::signal<void(const Application&)> m_launched;
     boost::signals2::signal<void(const Application&)> m_terminated;
-    std::map<pid_t, std::string> m_helpers; ///< Executables of processes that a program of the same started.
+    std::map<pid_t, Helper> m_helpers;
     Timer m_scanTimer;
 };
 

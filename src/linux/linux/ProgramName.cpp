@@ -44,6 +44,15 @@ bool isAssignment(std::string_view word)
     return equals != std::string_view::npos && equals > 0 && word.find('/') > equals;
 }
 
+/// Whether a text that is to be run, or a list of folders, comes next: what it starts shows by itself.
+bool isInlineCode(std::string_view option, bool isShell)
+{
+    constexpr std::array<std::string_view, 7> options = {"-c",  "-e",         "-m",    "-p",
+                                                         "-cp", "-classpath", "--eval"};
+    // Shells take their letters in one word: "-ec".
+    return isShell ? !option.starts_with("--") && option.ends_with('c') : isAmong(option, options);
+}
+
 bool isWindowsProgram(std::string_view word)
 {
     return lowerCase(word).ends_with(".exe");
@@ -110,9 +119,14 @@ std::string programName(std::string_view executable, const std::vector<std::stri
         return {};
     if (!isAmong(withoutVersion(name), interpreters))
         return std::string(name);
-    const auto script = std::ranges::find_if(words.subspan(std::min<std::size_t>(1, words.size())),
-                                             [](const std::string& word) { return !word.starts_with('-'); });
-    return script != words.end() ? std::string(baseName(*script)) : std::string();
+    const bool isShell = name.ends_with("sh") && name != "tclsh";
+    for (const std::string& word : words.subspan(std::min<std::size_t>(1, words.size()))) {
+        if (!word.starts_with('-'))
+            return std::string(baseName(word));
+        if (isInlineCode(word, isShell))
+            return {};
+    }
+    return {};
 }
 
 std::string_view withoutVersion(std::string_view name)

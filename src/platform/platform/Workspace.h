@@ -35,16 +35,16 @@ class Workspace
 public:
     virtual ~Workspace() = default;
 
-    /// One entry for each instance, in the order in which they were noticed.
+    /// In the order in which they were noticed.
     virtual std::vector<Application> runningApplications() const = 0;
 
     /// Those that could be started, by name.
     virtual std::vector<Application> installedApplications() const = 0;
 
-    /// Calls back on the main thread when an instance of a program has started.
+    /// Calls back on the main thread when a program has started.
     [[nodiscard]] virtual Subscription onLaunch(const std::function<void(const Application&)>& callback) = 0;
 
-    /// Calls back on the main thread when an instance of a program has ended.
+    /// Calls back on the main thread when a program has ended.
     [[nodiscard]] virtual Subscription
     onTermination(const std::function<void(const Application&)>& callback) = 0;
 
