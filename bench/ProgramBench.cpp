@@ -63,14 +63,15 @@ void minute(benchmark::State& state, Work work)
     }
     session.createMicrophone("testmic");
     test::writeSound(session / "tones.wav",
-                     {test::sine(1000, 0.5, 48000, 90 * 48000), test::sine(4000, 0.2, 48000, 90 * 48000)}, 48000);
+                     {test::sine(1000, 0.5, 48000, 90 * 48000), test::sine(4000, 0.2, 48000, 90 * 48000)},
+                     48000);
     const auto player = session.playInto("testmic", session / "tones.wav");
     std::filesystem::copy_file("/bin/sleep", session / "reaper");
     const Companion program({VELMOR_PROGRAM}, session / "velmor.log");
     std::unique_ptr<Companion> workstation;
     if (work == Work::session)
-        workstation = std::make_unique<Companion>(
-            std::vector<std::string>{(session / "reaper").native(), "1000"});
+        workstation =
+            std::make_unique<Companion>(std::vector<std::string>{(session / "reaper").native(), "1000"});
 
     for (auto _ : state) {
         std::this_thread::sleep_for(std::chrono::seconds(settlingSeconds));

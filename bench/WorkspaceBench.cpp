@@ -42,8 +42,8 @@ void scanWithNothingNew(benchmark::State& state)
     }
     for (const pid_t process : processes)
         end(process);
-    state.counters["processes"] = static_cast<double>(std::distance(
-        std::filesystem::directory_iterator("/proc"), std::filesystem::directory_iterator()));
+    state.counters["processes"] = static_cast<double>(
+        std::distance(std::filesystem::directory_iterator("/proc"), std::filesystem::directory_iterator()));
 }
 BENCHMARK(scanWithNothingNew)->Unit(benchmark::kMicrosecond);
 

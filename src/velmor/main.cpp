@@ -16,10 +16,13 @@
 
 #include <QCoreApplication>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <system_error>
 
 #include <fcntl.h>
@@ -29,18 +32,41 @@ namespace {
 
 using namespace velmor;
 
-Doorbell* endRequest = nullptr;
+/// How long a server may take for what is said at the end.
+constexpr double lastNotificationSeconds = 1.0;
 
-/// Lets the program end by itself, with its session kept. A second signal has its usual effect.
-void endOnSignals(Doorbell& bell)
+/// Asks the program to end when the desktop does, so that a running session is kept. A second signal of a
+/// kind has its usual effect.
+class EndOnSignals
 {
-    endRequest = &bell;
-    struct sigaction action = {};
-    action.sa_handler = [](int) { endRequest->ring(); };
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
-        ::sigaction(signal, &action, nullptr);
-}
+public:
+    EndOnSignals(MainLoop& loop, const Task& end)
+        : m_bell(loop.doorbell(end))
+    {
+        s_bell = m_bell.get();
+        handle([](int) {
+            const int error = errno;
+            s_bell->ring();
+            errno = error;
+        });
+    }
+    ~EndOnSignals() { handle(SIG_IGN); }
+    EndOnSignals(const EndOnSignals&) = delete;
+    EndOnSignals& operator=(const EndOnSignals&) = delete;
+
+private:
+    static void handle(void (*handler)(int))
+    {
+        struct sigaction action = {};
+        action.sa_handler = handler;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+            ::sigaction(signal, &action, nullptr);
+    }
+
+    static inline Doorbell* s_bell = nullptr;
+    std::unique_ptr<Doorbell> m_bell;
+};
 
 /// Started with its standard streams closed, the program would take its own files for them. A reader of
 /// its lines that has gone away must not end it.
@@ -72,9 +98,15 @@ int run(int argumentCount, char** arguments)
     const QCoreApplication application(argumentCount, arguments);
     QtMainLoop loop;
 
-    const ApplicationInstance instance([] { printLine("activated"); });
+    const EndOnSignals endOnSignals(loop, [] { QCoreApplication::quit(); });
+
+    // The session bus ends with the desktop's session.
+    const ApplicationInstance instance(
+        {.onActivate = [] { printLine("activated"); }, .onBusLost = [] { QCoreApplication::quit(); }});
     if (instance.role() == ApplicationInstance::Role::another)
         return EXIT_SUCCESS;
+    if (instance.role() == ApplicationInstance::Role::unanswered)
+        return EXIT_FAILURE;
 
     const BaseFolders baseFolders = BaseFolders::current();
     const ProgramFolders folders = ProgramFolders::in(baseFolders);
@@ -86,8 +118,8 @@ int run(int argumentCount, char** arguments)
     PipeWireGraph graph(loop);
     PipeWireCapture capture(loop, graph);
     AlertSound alertSound(loop, graph, baseFolders.allData());
-    DesktopNotificationCenter notificationCenter(loop,
-                                                 [&](const std::string& name) { alertSound.play(name); });
+    DesktopNotificationCenter notificationCenter(
+        loop, [&](const std::string& name, NotificationSound kind) { alertSound.play(name, kind); });
     AutostartLoginItem loginItem(baseFolders.config, ownProgram());
     ProcessWorkspace workspace(loop, baseFolders.allData());
 
@@ -97,12 +129,10 @@ int run(int argumentCount, char** arguments)
         calendar = Calendar::current();
         hub.timeZoneChanged();
     });
-    const auto endBell = loop.doorbell([] { QCoreApplication::quit(); });
-    endOnSignals(*endBell);
-
     const int status = QCoreApplication::exec();
     if (hub.sessionManager.currentSession.get())
         hub.endSession();
+    notificationCenter.flush(lastNotificationSeconds);
     return status;
 }
 

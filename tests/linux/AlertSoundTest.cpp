@@ -23,7 +23,10 @@ protected:
         test::writeSound(sounds / name, channels, 48000);
     }
 
-    std::optional<ThemeSound> read(const char* name) const { return readThemeSound({folder.path()}, name); }
+    std::optional<ThemeSound> read(const char* name) const
+    {
+        return readThemeSound({folder.path()}, name, 0.05F);
+    }
 
     static float peakOf(const std::vector<float>& samples)
     {
@@ -54,6 +57,8 @@ TEST_F(AlertSoundTest, ASoundIsNeverLouderThanAModestPeak)
 
     writeTheme("soft.wav", {test::sine(500, 0.01, 48000, 4800)});
     EXPECT_NEAR(peakOf(read("soft")->samples), 0.01, 1e-4);
+    EXPECT_EQ(alertSoundPeak(NotificationSound::critical), 0.05F);
+    EXPECT_EQ(alertSoundPeak(NotificationSound::standard), 0.025F);
 }
 
 TEST_F(AlertSoundTest, OnlyTheBeginningOfALongOneIsPlayed)
@@ -90,8 +95,11 @@ TEST_F(AlertSoundTest, IsPlayedOnTheDefaultOutputAtAModestLevel)
         PollMainLoop loop;
         PipeWireGraph graph(loop);
         AlertSound sound(loop, graph, {folder.path()});
-        sound.play("missing");
-        sound.play("alert");
+        sound.play("missing", NotificationSound::critical);
+        // The critical one takes the other's place.
+        sound.play("alert", NotificationSound::standard);
+        sound.play("alert", NotificationSound::critical);
+        sound.play("alert", NotificationSound::standard);
         loop.after(1.5, [&] { loop.quit(); });
         loop.run();
     }

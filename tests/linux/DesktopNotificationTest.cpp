@@ -45,12 +45,12 @@ protected:
             GTEST_SKIP() << "no desktop can be started here: " << problem;
         }
         static int argumentCount = 1;
-        static char name[] = "test";
-        static char* arguments[] = {name, nullptr};
+        static char programName[] = "test";
+        static char* arguments[] = {programName, nullptr};
         application = std::make_unique<QCoreApplication>(argumentCount, arguments);
         loop = std::make_unique<QtMainLoop>();
         center = std::make_unique<DesktopNotificationCenter>(
-            *loop, [this](const std::string& sound) { sounds.push_back(sound); });
+            *loop, [this](const std::string& name, NotificationSound) { sounds.push_back(name); });
         center->setDelegate(&delegate);
         center->setCategories({{"SESSION_ALERT", {{"SNOOZE_30", "Snooze 30 min"}}}, {"PLAIN", {}}});
     }
@@ -168,6 +168,34 @@ TEST_F(DesktopNotificationTest, ADaemonThatIsRestartedGoesOnBeingUsed)
     test::NotificationDaemon::pressButton();
     ASSERT_TRUE(runUntil([&] { return !delegate.responses.empty(); }));
     EXPECT_EQ(delegate.responses[0].userInfo.at("velmor.sessionID"), "c");
+}
+
+TEST_F(DesktopNotificationTest, WhatIsUnderWayWhenTheDaemonEndsIsShownByTheNext)
+{
+    center->add(request("a", "First"));
+    ASSERT_TRUE(waitFor(1));
+    // It takes calls no more and answers none of them.
+    daemon->freeze();
+    center->add(request("b", "Second"));
+    center->add(request("c", "Third"));
+    runUntil([] { return false; }, 0.5);
+    daemon->stop();
+    runUntil([] { return false; }, 0.5);
+    daemon->start();
+    ASSERT_TRUE(waitFor(3));
+    EXPECT_THAT(daemon->summaries(), ElementsAre("First", "Second", "Third"));
+}
+
+TEST_F(DesktopNotificationTest, AFlushWaitsForWhatIsUnderWayButNotForLong)
+{
+    center->add(request("a", "First"));
+    center->add(request("b", "Second"));
+    center->flush(10);
+    ASSERT_TRUE(test::PrivateAudioSession::waitUntil([&] { return daemon->received().size() == 2; }));
+    daemon->freeze();
+    center->add(request("c", "Third"));
+    center->flush(0.2);
+    EXPECT_EQ(daemon->received().size(), 2U);
 }
 
 TEST_F(DesktopNotificationTest, TheOrderOfManyIsKept)

@@ -76,6 +76,13 @@ protected:
         return holds && !isOver;
     }
 
+    /// Parts the stream from its microphone, as a patch bay does.
+    static void unlink()
+    {
+        for (const std::string channel : {"FL", "FR"})
+            test::run({"pw-link", "-d", "testmic:capture_" + channel, "velmor:input_" + channel});
+    }
+
     void runFor(double seconds)
     {
         const Timer timer = loop.every(seconds, [this] { loop.quit(); });
@@ -345,6 +352,34 @@ TEST_F(LiveCaptureTest, AStreamThatSomebodyElseDestroysIsMadeAgain)
     EXPECT_TRUE(service->isRunning);
     EXPECT_GT(updates, 30);
     EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+}
+
+TEST_F(LiveCaptureTest, ALinkThatSomebodyTakesAwayIsMadeAgain)
+{
+    manager->selectDevice("testmic");
+    service->start();
+    ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
+    unlink();
+    runFor(4);
+    int updates = 0;
+    const Subscription levels = service->currentSPL.subscribe([&](double) { ++updates; });
+    runFor(1);
+    EXPECT_TRUE(service->isRunning);
+    EXPECT_GT(updates, 30);
+    EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
+}
+
+TEST_F(LiveCaptureTest, ALevelDoesNotStandWhenNothingIsDeliveredAnyMore)
+{
+    manager->selectDevice("testmic");
+    service->start();
+    ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
+    session.endSessionManager();
+    unlink();
+    EXPECT_TRUE(runUntil([this] { return service->currentSPL == 0; }));
+    EXPECT_EQ(service->peakDBC, 0);
+    runFor(3);
+    EXPECT_EQ(service->currentSPL, 0);
 }
 
 TEST_F(LiveCaptureTest, AVolumeThatAMixerGivesTheStreamDoesNotShiftTheLevel)

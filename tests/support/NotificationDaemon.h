@@ -67,6 +67,9 @@ public:
 
     void stop() { m_daemon.reset(); }
 
+    /// It is there, and does nothing any more until it is stopped.
+    void freeze() const { ::kill(m_daemon->process(), SIGSTOP); }
+
     /// All that it has shown since the first start.
     std::vector<ReceivedNotification> received() const
     {

@@ -36,14 +36,22 @@ public:
 
     pid_t process() const { return m_process; }
 
-    /// Asks it to end, and waits for it; one that takes two seconds is killed.
+    /// Asks it to end, and waits for it; one that takes five seconds is killed.
     /// \return its exit status; negative for the number of the signal that ended it.
     int endBy(int signal)
     {
         ::kill(m_process, signal);
+        // One that was stopped takes no other signal.
+        ::kill(m_process, SIGCONT);
+        return waitForEnd();
+    }
+
+    /// Waits for it to end by itself, and otherwise as endBy().
+    int waitForEnd()
+    {
         int status = 0;
         bool hasEnded = false;
-        for (int i = 0; i < 200 && !hasEnded; ++i) {
+        for (int i = 0; i < 500 && !hasEnded; ++i) {
             hasEnded = ::waitpid(m_process, &status, WNOHANG) != 0;
             if (!hasEnded)
                 std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -148,6 +156,12 @@ public:
         }
         return player;
     }
+
+    /// Nobody links streams to devices from then on.
+    void endSessionManager() { m_wirePlumber.reset(); }
+
+    /// The session's bus ends, as with the desktop's session.
+    void endBus() { m_bus.reset(); }
 
     /// Ends PipeWire as a crash does.
     void killPipeWire()

@@ -110,6 +110,37 @@ TEST_F(VelmorProgramTest, WithoutASessionBusItRunsAllTheSame)
     ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
 }
 
+TEST_F(VelmorProgramTest, TheEndOfTheDesktopsSessionKeepsTheRunningSession)
+{
+    startProgram();
+    startWorkstation();
+    session.endBus();
+    EXPECT_EQ(program->waitForEnd(), 0) << printed();
+    ASSERT_EQ(history().size(), 1U);
+    EXPECT_TRUE(history()[0].endDate);
+}
+
+TEST_F(VelmorProgramTest, SeveralSignalsAtOnceEndItOnce)
+{
+    startProgram();
+    startWorkstation();
+    for (const int signal : {SIGHUP, SIGTERM, SIGINT})
+        ::kill(program->process(), signal);
+    EXPECT_EQ(program->waitForEnd(), 0);
+    EXPECT_EQ(history().size(), 1U);
+}
+
+TEST_F(VelmorProgramTest, TheRecapOfASessionThatEndsWithTheProgramIsSent)
+{
+    set("calibrationOffset", 130.0);
+    startProgram();
+    startWorkstation();
+    const auto player = session.playInto(microphone, tone(0.5, 20));
+    ASSERT_TRUE(waitForSummary("⚠️ Hearing Dose: Caution (40%)"));
+    EXPECT_EQ(program->endBy(SIGTERM), 0);
+    EXPECT_TRUE(waitForSummary("Session complete"));
+}
+
 TEST_F(VelmorProgramTest, TheLoginItemIsWhatTheDesktopHas)
 {
     const auto entry = session / "config/autostart/dev.brightfen.velmor.desktop";

@@ -21,7 +21,7 @@ namespace {
 /// What is longer is no alert; the rest of it is not played.
 constexpr int longestSeconds = 5;
 
-void limit(std::span<float> samples)
+void limit(std::span<float> samples, float highest)
 {
     float peak = 0;
     for (float& sample : samples) {
@@ -29,12 +29,12 @@ void limit(std::span<float> samples)
             sample = 0;
         peak = std::max(peak, std::abs(sample));
     }
-    const float gain = peak > alertSoundPeak ? alertSoundPeak / peak : 1.0F;
+    const float gain = peak > highest ? highest / peak : 1.0F;
     for (float& sample : samples)
-        sample = std::clamp(sample * gain, -alertSoundPeak, alertSoundPeak);
+        sample = std::clamp(sample * gain, -highest, highest);
 }
 
-std::optional<ThemeSound> readSound(const std::filesystem::path& file)
+std::optional<ThemeSound> readSound(const std::filesystem::path& file, float peak)
 {
     SF_INFO info = {};
     SNDFILE* sound = ::sf_open(file.c_str(), SFM_READ, &info);
@@ -51,18 +51,23 @@ std::optional<ThemeSound> readSound(const std::filesystem::path& file)
         result.samples.resize(static_cast<std::size_t>(std::max<sf_count_t>(read, 0) * info.channels));
     }
     ::sf_close(sound);
-    limit(result.samples);
+    limit(result.samples, peak);
     return result.samples.empty() ? std::nullopt : std::optional(std::move(result));
 }
 
 } // namespace
 
+float alertSoundPeak(NotificationSound kind)
+{
+    return kind == NotificationSound::critical ? 0.05F : 0.025F;
+}
+
 std::optional<ThemeSound> readThemeSound(const std::vector<std::filesystem::path>& dataFolders,
-                                         const std::string& name)
+                                         const std::string& name, float peak)
 {
     for (const auto& folder : dataFolders) {
         for (const char* extension : {".oga", ".ogg", ".wav"}) {
-            if (auto sound = readSound(folder / "sounds/freedesktop/stereo" / (name + extension)))
+            if (auto sound = readSound(folder / "sounds/freedesktop/stereo" / (name + extension), peak))
                 return sound;
         }
     }
@@ -182,11 +187,12 @@ AlertSound::AlertSound(MainLoop& loop, PipeWireGraph& graph, std::vector<std::fi
 
 AlertSound::~AlertSound() = default;
 
-void AlertSound::play(const std::string& name)
+void AlertSound::play(const std::string& name, NotificationSound kind)
 {
-    if (m_playback || !m_graph.isConnected())
+    if (!m_graph.isConnected() || (m_playback && kind != NotificationSound::critical))
         return;
-    auto sound = readThemeSound(m_dataFolders, name);
+    m_playback.reset();
+    auto sound = readThemeSound(m_dataFolders, name, alertSoundPeak(kind));
     if (!sound)
         return;
     // Where no output takes it, the stream would wait for one and play much later.

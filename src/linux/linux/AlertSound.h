@@ -4,6 +4,7 @@
 #include <base/MainLoop.h>
 #include <base/Observable.h>
 #include <linux/PipeWireGraph.h>
+#include <platform/NotificationCenter.h>
 
 #include <filesystem>
 #include <memory>
@@ -13,22 +14,23 @@
 
 namespace velmor {
 
-/// The highest sample of a sound that is played to the user: 26 dB below full scale, whatever the file
-/// holds. The loudspeakers are monitors, and whoever sits before them may have set them loud.
-inline constexpr float alertSoundPeak = 0.05F;
+/// The highest sample of a sound that is played to the user: 32 dB below full scale, 26 for a critical one,
+/// whatever the file holds. The loudspeakers are monitors, and whoever sits before them may have set them
+/// loud.
+float alertSoundPeak(NotificationSound kind);
 
 /// A sound of the desktop's theme, ready to be played.
 struct ThemeSound
 {
     int sampleRate = 0;
     int channelCount = 0;
-    std::vector<float> samples; ///< Interleaved; none beyond alertSoundPeak.
+    std::vector<float> samples; ///< Interleaved.
 };
 
-/// Finds and reads a sound of the freedesktop theme by its name ("dialog-warning"). Absent where there is
-/// none that can be read.
+/// Finds and reads a sound of the freedesktop theme by its name ("dialog-warning"), with no sample beyond
+/// the peak. Absent where there is none that can be read.
 std::optional<ThemeSound> readThemeSound(const std::vector<std::filesystem::path>& dataFolders,
-                                         const std::string& name);
+                                         const std::string& name, float peak);
 
 /// Plays the theme's sounds, one at a time, on the system's default output. Main thread.
 class AlertSound
@@ -39,8 +41,9 @@ public:
     AlertSound(const AlertSound&) = delete;
     AlertSound& operator=(const AlertSound&) = delete;
 
-    /// Does nothing while another one plays, without a server, and for a name that the theme doesn't have.
-    void play(const std::string& name);
+    /// A critical one ends one that plays. Otherwise does nothing while another one plays, without a server,
+    /// and for a name that the theme doesn't have.
+    void play(const std::string& name, NotificationSound kind);
 
 private:
     class Playback;
@@ -48,9 +51,9 @@ private:
     MainLoop& m_loop;
     PipeWireGraph& m_graph;
     std::vector<std::filesystem::path> m_dataFolders;
+    std::unique_ptr<Doorbell> m_endBell; ///< Rung by the playback.
     std::unique_ptr<Playback> m_playback;
     Timer m_limit; ///< Ends a playback that doesn't end by itself.
-    std::unique_ptr<Doorbell> m_endBell;
     Subscription m_graphChanges;
 };
 

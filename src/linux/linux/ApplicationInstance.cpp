@@ -33,28 +33,36 @@ class ApplicationInstance::Service final : public QObject
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
 public:
-    explicit Service(std::function<void()> onActivate)
-        : m_onActivate(std::move(onActivate))
+    explicit Service(Callbacks callbacks)
+        : m_callbacks(std::move(callbacks))
     {}
 
 public slots:
     // The names are the interface's own.
-    void Activate(const QVariantMap&) { m_onActivate(); }
-    void Open(const QStringList&, const QVariantMap&) { m_onActivate(); }
-    void ActivateAction(const QString&, const QVariantList&, const QVariantMap&) { m_onActivate(); }
+    Q_SCRIPTABLE void Activate(const QVariantMap&) { m_callbacks.onActivate(); }
+    Q_SCRIPTABLE void Open(const QStringList&, const QVariantMap&) { m_callbacks.onActivate(); }
+    Q_SCRIPTABLE void ActivateAction(const QString&, const QVariantList&, const QVariantMap&)
+    {
+        m_callbacks.onActivate();
+    }
+
+    void busLost() { m_callbacks.onBusLost(); }
 
 private:
-    std::function<void()> m_onActivate;
+    Callbacks m_callbacks;
 };
 
-ApplicationInstance::ApplicationInstance(std::function<void()> onActivate)
-    : m_service(std::make_unique<Service>(std::move(onActivate)))
+ApplicationInstance::ApplicationInstance(Callbacks callbacks)
+    : m_service(std::make_unique<Service>(std::move(callbacks)))
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
+    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), m_service.get(),
+                SLOT(busLost()));
     // The object comes first: whoever finds the name finds it too.
-    bus.registerObject(objectPath, m_service.get(), QDBusConnection::ExportAllSlots);
+    bus.registerObject(objectPath, m_service.get(), QDBusConnection::ExportScriptableSlots);
     for (int i = 0; i < tries; ++i) {
         if (bus.registerService(name)) {
             m_role = Role::first;
@@ -63,11 +71,16 @@ ApplicationInstance::ApplicationInstance(std::function<void()> onActivate)
         QDBusMessage activate = QDBusMessage::createMethodCall(name, objectPath, applicationInterface,
                                                                QStringLiteral("Activate"));
         activate << QVariantMap();
-        m_role = Role::another;
         if (bus.call(activate, QDBus::Block, activationTimeoutMilliseconds).type() ==
-            QDBusMessage::ReplyMessage)
+            QDBusMessage::ReplyMessage) {
+            m_role = Role::another;
             return;
+        }
     }
+    // A bus that refuses the name, as in a sandbox, leaves it without an owner.
+    if (!bus.interface()->isServiceRegistered(name))
+        return;
+    m_role = Role::unanswered;
     printLine("another instance is running and does not answer");
 }
 
@@ -75,8 +88,7 @@ ApplicationInstance::~ApplicationInstance()
 {
     if (m_role == Role::first)
         QDBusConnection::sessionBus().unregisterService(name);
-    if (m_role != Role::alone)
-        QDBusConnection::sessionBus().unregisterObject(objectPath);
+    QDBusConnection::sessionBus().unregisterObject(objectPath);
 }
 
 } // namespace velmor

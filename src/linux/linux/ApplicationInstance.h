@@ -12,13 +12,19 @@ class ApplicationInstance
 {
 public:
     enum class Role {
-        first,   ///< Others find this one from now on.
-        another, ///< There is a running one; it has been activated.
-        alone,   ///< Without a session bus nobody can be found.
+        first,      ///< Others find this one from now on.
+        another,    ///< There is a running one; it has been activated.
+        unanswered, ///< There is a running one that does not answer; a line has been printed.
+        alone,      ///< Without a session bus, or its leave, nobody can be found.
     };
 
-    /// \param onActivate somebody wants to see the program.
-    explicit ApplicationInstance(std::function<void()> onActivate);
+    struct Callbacks
+    {
+        std::function<void()> onActivate; ///< Somebody wants to see the program.
+        std::function<void()> onBusLost;  ///< The session bus has gone away.
+    };
+
+    explicit ApplicationInstance(Callbacks callbacks);
     ~ApplicationInstance();
     ApplicationInstance(const ApplicationInstance&) = delete;
     ApplicationInstance& operator=(const ApplicationInstance&) = delete;

@@ -9,11 +9,14 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QEventLoop>
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 #include <QVariantMap>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <deque>
 #include <map>
@@ -34,6 +37,8 @@ constexpr std::size_t longestQueue = 100;
 
 /// As many can still be answered.
 constexpr std::size_t rememberedNotifications = 100;
+
+constexpr int flushCheckMilliseconds = 10;
 
 /// The server decides how long a notification shows.
 constexpr int serversOwnTimeout = -1;
@@ -74,21 +79,22 @@ class DesktopNotificationCenter::Server final : public QObject
     Q_OBJECT
 
 public:
-    Server(MainLoop& loop, std::function<void(const std::string& name)> playSound)
+    Server(MainLoop& loop, PlaySound playSound)
         : m_loop(loop)
         , m_playSound(std::move(playSound))
         , m_bus(QDBusConnection::sessionBus())
         , m_watcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange)
     {
         connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-                [this](const QString&, const QString&, const QString& owner) {
-                    serverChanged(!owner.isEmpty());
-                });
+                [this](const QString&, const QString&, const QString& owner) { serverChanged(owner); });
         m_bus.connect(service, objectPath, service, QStringLiteral("ActionInvoked"), this,
                       SLOT(actionInvoked(uint, QString)));
         m_bus.connect(service, objectPath, service, QStringLiteral("NotificationClosed"), this,
                       SLOT(notificationClosed(uint, uint)));
     }
+
+    /// Whether all that could be sent has been.
+    bool isIdle() const { return !m_isCalling; }
 
     void setDelegate(NotificationDelegate* delegate) { m_delegate = delegate; }
 
@@ -129,13 +135,15 @@ private slots:
     }
 
 private:
-    void serverChanged(bool isThere)
+    void serverChanged(const QString& owner)
     {
         // Its numbers are nobody's now, or another program's.
         m_numbers.clear();
         m_shown.clear();
         m_capabilities.reset();
-        if (isThere)
+        m_owner = owner;
+        ++m_changesOfServer;
+        if (!owner.isEmpty())
             sendNext();
     }
 
@@ -161,14 +169,14 @@ private:
     {
         await(call("GetCapabilities"), [this](const QDBusPendingCall& answer) {
             const QDBusPendingReply<QStringList> reply = answer;
-            m_isCalling = false;
             if (reply.isError() && isServerMissing(reply.error()))
-                return;
+                return false;
             const QStringList list = reply.isError() ? QStringList() : reply.value();
-            m_capabilities = {list.contains(QLatin1String("actions")),
-                              list.contains(QLatin1String("body-markup")),
-                              list.contains(QLatin1String("sound"))};
-            sendNext();
+            if (isOfPresentServer(reply.reply()))
+                m_capabilities = {list.contains(QLatin1String("actions")),
+                                  list.contains(QLatin1String("body-markup")),
+                                  list.contains(QLatin1String("sound"))};
+            return true;
         });
     }
 
@@ -195,68 +203,94 @@ private:
                << actions << hints << serversOwnTimeout;
         await(notify, [this, request, message](const QDBusPendingCall& answer) {
             const QDBusPendingReply<uint> reply = answer;
-            m_isCalling = false;
-            if (!reply.isError())
-                noteShown(reply.value(), request, message);
-            else if (isServerMissing(reply.error())) {
+            if (reply.isError() && isServerMissing(reply.error())) {
+                m_capabilities.reset();
                 keepForLater(request);
-                return;
+                return false;
             }
-            sendNext();
+            if (!reply.isError() && isOfPresentServer(reply.reply()))
+                noteShown(reply.value(), request);
+            if (!reply.isError() && message.isSoundOurs)
+                m_playSound(message.soundName, request.sound);
+            return true;
         });
     }
 
-    void noteShown(uint number, const NotificationRequest& request, const NotificationMessage& message)
+    bool isOfPresentServer(const QDBusMessage& reply) const
+    {
+        return m_owner.isEmpty() || reply.service() == m_owner;
+    }
+
+    void noteShown(uint number, const NotificationRequest& request)
     {
         m_numbers[request.identifier] = number;
         m_shown[number] = request;
         while (m_shown.size() > rememberedNotifications)
             m_shown.erase(m_shown.begin());
-        if (message.isSoundOurs)
-            m_playSound(message.soundName);
     }
 
     /// Until a server appears, or the next notification tries again. A newer one of its identifier stands
     /// for it.
     void keepForLater(const NotificationRequest& request)
     {
-        m_capabilities.reset();
         const bool isReplaced = std::ranges::any_of(
             m_waiting, [&](const auto& other) { return other.identifier == request.identifier; });
         if (!isReplaced)
             m_waiting.push_front(request);
     }
 
+    /// \param answered tells whether there is a server, so that the next call may follow. Where there was
+    /// none, but another has come meanwhile, that one is tried.
     template <typename Answered>
     void await(const QDBusMessage& message, Answered answered)
     {
         auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answered] {
-            watcher->deleteLater();
-            answered(*watcher);
-        });
+        connect(watcher, &QDBusPendingCallWatcher::finished, this,
+                [this, watcher, answered, changesBefore = m_changesOfServer] {
+                    watcher->deleteLater();
+                    m_isCalling = false;
+                    const bool isThere = answered(*watcher);
+                    const bool isAnotherThere = changesBefore != m_changesOfServer && !m_owner.isEmpty();
+                    if (isThere || isAnotherThere)
+                        sendNext();
+                });
     }
 
     MainLoop& m_loop;
-    std::function<void(const std::string& name)> m_playSound;
+    PlaySound m_playSound;
     QDBusConnection m_bus;
     QDBusServiceWatcher m_watcher;
     NotificationDelegate* m_delegate = nullptr;
     std::map<std::string, NotificationCategory> m_categories;
     std::deque<NotificationRequest> m_waiting;
     bool m_isCalling = false;
+    QString m_owner; ///< The present server's name on the bus; empty while it is not known.
+    int m_changesOfServer = 0;
     std::optional<NotificationCapabilities> m_capabilities; ///< Of the present server, once it has told.
     std::map<std::string, uint> m_numbers;                  ///< Of those that show, by identifier.
     std::map<uint, NotificationRequest> m_shown;            ///< By the server's number.
     Lifetime m_lifetime;
 };
 
-DesktopNotificationCenter::DesktopNotificationCenter(MainLoop& loop,
-                                                     std::function<void(const std::string& name)> playSound)
+DesktopNotificationCenter::DesktopNotificationCenter(MainLoop& loop, PlaySound playSound)
     : m_server(std::make_unique<Server>(loop, std::move(playSound)))
 {}
 
 DesktopNotificationCenter::~DesktopNotificationCenter() = default;
+
+void DesktopNotificationCenter::flush(double seconds)
+{
+    QEventLoop events;
+    QTimer::singleShot(std::chrono::duration_cast<std::chrono::milliseconds>(nanosecondsFrom(seconds)),
+                       &events, &QEventLoop::quit);
+    QTimer check;
+    QObject::connect(&check, &QTimer::timeout, [&] {
+        if (m_server->isIdle())
+            events.quit();
+    });
+    check.start(flushCheckMilliseconds);
+    events.exec();
+}
 
 void DesktopNotificationCenter::setDelegate(NotificationDelegate* delegate)
 {

@@ -15,11 +15,17 @@ namespace velmor {
 class DesktopNotificationCenter final : public NotificationCenter
 {
 public:
-    /// \param playSound plays a sound of the desktop's theme, where the server doesn't do that itself.
-    DesktopNotificationCenter(MainLoop& loop, std::function<void(const std::string& name)> playSound);
+    /// Plays a sound of the desktop's theme by its name, where the server doesn't do that itself.
+    using PlaySound = std::function<void(const std::string& name, NotificationSound sound)>;
+
+    DesktopNotificationCenter(MainLoop& loop, PlaySound playSound);
     ~DesktopNotificationCenter() override;
     DesktopNotificationCenter(const DesktopNotificationCenter&) = delete;
     DesktopNotificationCenter& operator=(const DesktopNotificationCenter&) = delete;
+
+    /// Runs the events until everything that can be is delivered, at most so long: for the end of the
+    /// program.
+    void flush(double seconds);
 
     void setDelegate(NotificationDelegate* delegate) override;
 

@@ -26,6 +26,13 @@ namespace {
 /// Below this rate the A-weighting's upper corner comes too near to Nyquist; PipeWire converts then.
 constexpr std::uint32_t lowestSampleRate = 44100;
 
+/// A stream that delivers nothing for twice as long has stalled: its links were taken away, or its device
+/// hangs. The last level must not stand for what is heard then.
+constexpr double stallCheckSeconds = 1.0;
+constexpr int checksOfAStall = 2;
+
+constexpr std::chrono::seconds failureCooldown(1);
+
 std::uint32_t positionNamed(std::string_view name)
 {
     for (const spa_type_info* info = spa_type_audio_channel; info->name; ++info) {
@@ -38,8 +45,11 @@ std::uint32_t positionNamed(std::string_view name)
 class PipeWireCaptureEngine final : public CaptureEngine
 {
 public:
-    PipeWireCaptureEngine(MainLoop& loop, PipeWireGraph& graph)
-        : m_graph(graph)
+    PipeWireCaptureEngine(MainLoop& loop, PipeWireGraph& graph, PipeWireCapture& capture, bool hasFailed)
+        : m_loop(loop)
+        , m_graph(graph)
+        , m_owner(capture)
+        , m_givesUp(hasFailed)
         , m_changeBell(loop.doorbell([this] { configurationChanged(); }))
         , m_graphChanges(graph.onChange([this] { graphChanged(); }))
     {}
@@ -100,6 +110,8 @@ public:
         const auto device = input();
         if (!device)
             return "no such input";
+        if (m_givesUp)
+            return "the input delivers nothing";
         m_input = *device;
         // The first start keeps to the format that the tap was prepared for; a later one follows the
         // graph, and its rate is asked for again.
@@ -147,11 +159,14 @@ public:
                                              &parameter, 1);
         if (result < 0)
             return failed(-result);
+        m_idleChecks = 0;
+        m_stallCheck = m_loop.every(stallCheckSeconds, [this] { checkForStall(); });
         return std::nullopt;
     }
 
     void stop() override
     {
+        m_stallCheck.reset();
         destroyStream();
         if (m_capture) {
             m_lostSamples += m_capture->lostSamples();
@@ -242,6 +257,7 @@ private:
         pw_stream_queue_buffer(m_stream, buffer);
 
         m_hasDelivered = true;
+        m_deliveries.fetch_add(1, std::memory_order_relaxed);
         pw_time time = {};
         if (pw_stream_get_time_n(m_stream, &time, sizeof time) < 0 || time.rate.denom == 0)
             return;
@@ -255,9 +271,26 @@ private:
     /// anything would only fail again: it is given one more try.
     void onState(pw_stream_state state)
     {
-        const bool isLost = state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED;
-        if (isLost && (m_hasDelivered.exchange(false) || !std::exchange(m_hasFailedBefore, true)))
-            m_changeBell->ring();
+        if (state != PW_STREAM_STATE_ERROR && state != PW_STREAM_STATE_UNCONNECTED)
+            return;
+        if (!m_hasDelivered.exchange(false) && std::exchange(m_hasFailedBefore, true))
+            m_hasFailedTwice = true;
+        m_changeBell->ring();
+    }
+
+    /// One that has delivered is tried once more. When that brings nothing either, the engine is of no use:
+    /// a new one begins with no level.
+    void checkForStall()
+    {
+        const std::uint64_t deliveries = m_deliveries.load(std::memory_order_relaxed);
+        m_idleChecks = deliveries == m_deliveriesBefore ? m_idleChecks + 1 : 0;
+        m_deliveriesBefore = deliveries;
+        if (m_idleChecks == 0)
+            m_isSecondTry = false;
+        if (m_idleChecks < checksOfAStall || deliveries == 0)
+            return;
+        m_givesUp = std::exchange(m_isSecondTry, true);
+        configurationChanged();
     }
 
     /// The session manager remembers a volume for each kind of stream and lets mixers change it. It
@@ -287,6 +320,10 @@ private:
         if (!m_stream || m_changeIsReported)
             return;
         m_changeIsReported = true;
+        if (m_hasFailedTwice) {
+            m_givesUp = true;
+            m_owner.noteFailure();
+        }
         if (m_observer) {
             // The observer may let go of the engine, and so of the function.
             const auto observer = m_observer;
@@ -294,7 +331,10 @@ private:
         }
     }
 
+    MainLoop& m_loop;
     PipeWireGraph& m_graph;
+    PipeWireCapture& m_owner;
+    bool m_givesUp;       ///< Starts no more.
     std::string m_target; ///< Name of the node that was set; empty for the default source.
     std::uint32_t m_targetID = 0;
     PipeWireGraph::Source m_input; ///< What start() found.
@@ -306,6 +346,10 @@ private:
     std::atomic<pw_stream*> m_stream = nullptr; ///< Read by PipeWire's data thread, too.
     spa_hook m_listener = {};
     bool m_hasFailedBefore = false; ///< PipeWire's loop thread.
+    Timer m_stallCheck;
+    int m_idleChecks = 0;
+    bool m_isSecondTry = false;
+    std::uint64_t m_deliveriesBefore = 0;
     std::unique_ptr<CaptureThread> m_capture;
     std::uint64_t m_lostSamples = 0;
     std::uint64_t m_unusableSamples = 0;
@@ -315,6 +359,8 @@ private:
     std::atomic<std::uint32_t> m_rate = 0;
     std::atomic<std::uint32_t> m_observedRate = 0; ///< The graph's; 0 while it is as configured.
     std::atomic<bool> m_hasDelivered = false;      ///< Since start() or the last failure.
+    std::atomic<std::uint64_t> m_deliveries = 0;
+    std::atomic<bool> m_hasFailedTwice = false; ///< Set by PipeWire's loop thread.
 
     std::unique_ptr<Doorbell> m_changeBell;
     Subscription m_graphChanges;
@@ -345,7 +391,14 @@ void PipeWireCapture::requestAccess(std::function<void(bool granted)> answer)
 
 std::shared_ptr<CaptureEngine> PipeWireCapture::makeEngine()
 {
-    return std::make_shared<PipeWireCaptureEngine>(m_loop, m_graph);
+    const bool hasFailed =
+        m_lastFailure && std::chrono::steady_clock::now() - *m_lastFailure < failureCooldown;
+    return std::make_shared<PipeWireCaptureEngine>(m_loop, m_graph, *this, hasFailed);
+}
+
+void PipeWireCapture::noteFailure()
+{
+    m_lastFailure = std::chrono::steady_clock::now();
 }
 
 } // namespace velmor

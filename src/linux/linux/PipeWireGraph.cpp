@@ -28,6 +28,11 @@ constexpr std::uint32_t fallbackSampleRate = 48000;
 /// A server that is restarted is back within a few of these.
 constexpr double retryIntervalSeconds = 0.1;
 
+/// After so many tries it was stopped for longer, and every twentieth moment will do: where the system starts
+/// servers on demand, each try would start it.
+constexpr int frequentTries = 50;
+constexpr int momentsBetweenLaterTries = 20;
+
 /// How long the constructor waits for the first picture of the graph.
 constexpr int firstPictureSeconds = 3;
 
@@ -229,6 +234,7 @@ public:
 private:
     struct Metadata
     {
+        Connection* connection = nullptr;
         pw_proxy* proxy = nullptr;
         spa_hook listener = {};
         std::uint32_t id = PW_ID_ANY;
@@ -292,7 +298,8 @@ private:
 
     void onError(std::uint32_t id, int result)
     {
-        if (id != PW_ID_CORE || result != -EPIPE)
+        const bool isEnd = result == -EPIPE || result == -ECONNRESET || result == -EPROTO;
+        if (id != PW_ID_CORE || !isEnd)
             return;
         // The server has gone. The core may not be destroyed inside its own callback; without its
         // objects the graph is empty.
@@ -380,6 +387,10 @@ private:
             if (metadata->id == id) {
                 release(metadata->listener, metadata->proxy);
                 metadata->id = PW_ID_ANY;
+                if (metadata == &m_default) {
+                    m_defaultSourceName.clear();
+                    m_changeBell->ring();
+                }
             }
         }
         const auto gone = std::ranges::find(m_nodes, id, [](const auto& node) { return node->device.id; });
@@ -398,8 +409,9 @@ private:
         if (!metadata.proxy)
             return;
         metadata.id = id;
+        metadata.connection = this;
         pw_metadata_add_listener(reinterpret_cast<pw_metadata*>(metadata.proxy), &metadata.listener,
-                                 &metadataEvents, this);
+                                 &metadataEvents, &metadata);
     }
 
     static void describe(Node& node, const spa_dict* properties)
@@ -445,12 +457,13 @@ private:
             node.connection->m_changeBell->ring();
     }
 
-    void onMetadata(std::uint32_t subject, const char* key, const char* value)
+    void onMetadata(const Metadata& metadata, std::uint32_t subject, const char* key, const char* value)
     {
         const std::string_view name = key ? key : "";
         if (subject != PW_ID_CORE)
             return;
-        if (name == "default.audio.source") {
+        // Without a name everything is taken away; only the default is missed then.
+        if (name == "default.audio.source" || (name.empty() && &metadata == &m_default)) {
             m_defaultSourceName = value ? nameInJson(value) : std::string();
             m_changeBell->ring();
         } else if (name == "clock.rate" || name == "clock.force-rate") {
@@ -506,7 +519,8 @@ const pw_metadata_events PipeWireGraph::Connection::metadataEvents = {
     .version = PW_VERSION_METADATA_EVENTS,
     .property = [](void* self, std::uint32_t subject, const char* key, const char*,
                    const char* value) -> int {
-        static_cast<Connection*>(self)->onMetadata(subject, key, value);
+        const auto& metadata = *static_cast<Metadata*>(self);
+        metadata.connection->onMetadata(metadata, subject, key, value);
         return 0;
     },
 };
@@ -525,8 +539,11 @@ void PipeWireGraph::connectAgain()
 {
     if (m_nextTry || isConnected())
         return;
+    m_moments = 0;
     m_nextTry = m_loop.every(retryIntervalSeconds, [this] {
-        if (m_connection->connect())
+        ++m_moments;
+        const bool isTryDue = m_moments <= frequentTries || m_moments % momentsBetweenLaterTries == 0;
+        if (isTryDue && m_connection->connect())
             m_nextTry.reset();
     });
 }

@@ -77,6 +77,7 @@ private:
     std::unique_ptr<Connection> m_connection;
     Subscription m_ownChanges;
     Timer m_nextTry;
+    int m_moments = 0; ///< Since the connection was lost.
 };
 
 /// Holds PipeWire's loop thread still while it lives.
