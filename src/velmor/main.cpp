@@ -36,14 +36,14 @@ using namespace velmor;
 constexpr double lastNotificationSeconds = 1.0;
 
 /// Asks the program to end when the desktop does, so that a running session is kept. A second signal of a
-/// kind has its usual effect.
+/// kind has its usual effect until the program is about to end.
 class EndOnSignals
 {
 public:
     EndOnSignals(MainLoop& loop, const Task& end)
-        : m_bell(loop.doorbell(end))
     {
-        s_bell = m_bell.get();
+        // Never destroyed: a handler may be under way on any thread.
+        s_bell = loop.doorbell(end).release();
         handle([](int) {
             const int error = errno;
             s_bell->ring();
@@ -65,7 +65,6 @@ private:
     }
 
     static inline Doorbell* s_bell = nullptr;
-    std::unique_ptr<Doorbell> m_bell;
 };
 
 /// Started with its standard streams closed, the program would take its own files for them. A reader of
@@ -130,8 +129,7 @@ int run(int argumentCount, char** arguments)
         hub.timeZoneChanged();
     });
     const int status = QCoreApplication::exec();
-    if (hub.sessionManager.currentSession.get())
-        hub.endSession();
+    hub.endForGood();
     notificationCenter.flush(lastNotificationSeconds);
     return status;
 }

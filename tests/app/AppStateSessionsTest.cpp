@@ -215,6 +215,24 @@ TEST_F(AppStateSessionsTest, ASessionWithoutInputIsMeasuredOnceThereIsOne)
     EXPECT_FALSE(hub.audioService.isRunning);
 }
 
+TEST_F(AppStateSessionsTest, ADeviceThatFailsWhenItHasJustComeIsTriedOnceMoreALittleLater)
+{
+    AppState hub(host.host());
+    hub.manualStartSession();
+    hub.audioService.stop();
+    host.audio.prepareEngine = [](test::FakeEngine& engine) { engine.startErrors = {"not yet"}; };
+    host.audio.changed();
+    host.loop.runPosted();
+    EXPECT_FALSE(hub.audioService.isRunning);
+    host.audio.prepareEngine = nullptr;
+    host.loop.runFor(3);
+    EXPECT_TRUE(hub.audioService.isRunning);
+    // That was the last try until something changes.
+    hub.audioService.stop();
+    host.loop.runFor(60);
+    EXPECT_FALSE(hub.audioService.isRunning);
+}
+
 TEST_F(AppStateSessionsTest, ADeviceThatComesBackAfterItsSessionHasEndedStartsNothing)
 {
     AppState hub(host.host());

@@ -89,9 +89,9 @@ TEST_F(AlertSoundTest, IsPlayedOnTheDefaultOutputAtAModestLevel)
     {
         const test::Companion recorder({"pw-cat", "--record", "--format", "f32", "--target", "speakers",
                                         "--properties", "{ stream.capture.sink=true }", recording});
-        session.waitUntil([] {
+        ASSERT_TRUE(session.waitUntil([] {
             return test::run({"pw-link", "-l"}).output.find("speakers:monitor_FR") != std::string::npos;
-        });
+        }));
         PollMainLoop loop;
         PipeWireGraph graph(loop);
         AlertSound sound(loop, graph, {folder.path()});
@@ -100,7 +100,7 @@ TEST_F(AlertSoundTest, IsPlayedOnTheDefaultOutputAtAModestLevel)
         sound.play("alert", NotificationSound::standard);
         sound.play("alert", NotificationSound::critical);
         sound.play("alert", NotificationSound::standard);
-        loop.after(1.5, [&] { loop.quit(); });
+        loop.after(3, [&] { loop.quit(); });
         loop.run();
     }
     SF_INFO info = {};

@@ -127,6 +127,18 @@ TEST_F(LiveCaptureTest, NamesTheChannelsInPlainWordsAndNumbersTheOthers)
     EXPECT_EQ(manager->availableInputChannels.get()[2].name, "Channel 3");
 }
 
+TEST_F(LiveCaptureTest, ADeviceThatDoesNotTellItsNameHasItsNumberInDecimalForAUID)
+{
+    test::run({"pw-cli", "create-node", "adapter",
+               "{ factory.name=support.null-audio-sink media.class=Audio/Source/Virtual object.linger=true "
+               "audio.position=[FL FR] }"});
+    ASSERT_TRUE(runUntil([this] { return manager->inputDevices.get().size() == 2; }));
+    const AudioDevice device = manager->inputDevices.get()[1];
+    EXPECT_EQ(device.uid, std::to_string(device.id));
+    EXPECT_EQ(device.name, "Unknown Device");
+    EXPECT_EQ(device.manufacturer, "Unknown");
+}
+
 TEST_F(LiveCaptureTest, TheManagerFollowsDevicesThatComeAndGo)
 {
     const auto uids = [](const std::vector<AudioDevice>& devices) {
@@ -345,12 +357,11 @@ TEST_F(LiveCaptureTest, AStreamThatSomebodyElseDestroysIsMadeAgain)
     ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
     test::run({"pw-cli", "destroy", "velmor"});
     // The recovery begins from silence only at another rate; the level itself must move again.
-    runFor(1);
+    runFor(0.3);
     int updates = 0;
     const Subscription levels = service->currentSPL.subscribe([&](double) { ++updates; });
-    runFor(1);
+    EXPECT_TRUE(runUntil([&] { return updates > 100; }));
     EXPECT_TRUE(service->isRunning);
-    EXPECT_GT(updates, 30);
     EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
 }
 
@@ -360,12 +371,11 @@ TEST_F(LiveCaptureTest, ALinkThatSomebodyTakesAwayIsMadeAgain)
     service->start();
     ASSERT_TRUE(runUntil([this] { return service->currentSPL > 80; }));
     unlink();
-    runFor(4);
+    runFor(1);
     int updates = 0;
     const Subscription levels = service->currentSPL.subscribe([&](double) { ++updates; });
-    runFor(1);
+    EXPECT_TRUE(runUntil([&] { return updates > 100; }));
     EXPECT_TRUE(service->isRunning);
-    EXPECT_GT(updates, 30);
     EXPECT_NEAR(service->currentSPL, levelOfSine(0.5, 94), 0.2);
 }
 

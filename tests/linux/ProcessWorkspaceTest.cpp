@@ -13,6 +13,8 @@
 
 #include <csignal>
 
+#include <unistd.h>
+
 namespace velmor {
 namespace {
 
@@ -370,6 +372,25 @@ TEST_F(ProcessWorkspaceTest, ACrashHandlerThatOutlivesItsProgramDoesNotKeepIt)
     EXPECT_THAT(running(), IsEmpty());
 }
 
+TEST_F(ProcessWorkspaceTest, AHelperWhoseNumberIsLowerThanItsParentsIsOneAllTheSame)
+{
+    processes.add({.id = 4, .parent = 32000, .executable = "/opt/REAPER/reaper"});
+    processes.add({.id = 32000, .executable = "/opt/REAPER/reaper"});
+    start();
+    scanned();
+    processes.remove(32000);
+    EXPECT_THAT(scanned(), ElementsAre("end com.cockos.reaper"));
+}
+
+TEST_F(ProcessWorkspaceTest, AProcessOfWhichNothingIsLeftToBeReadHasEnded)
+{
+    start();
+    processes.add({.id = 10, .executable = "/opt/REAPER/reaper"});
+    scanned();
+    processes.addEnded(10);
+    EXPECT_THAT(scanned(), ElementsAre("end com.cockos.reaper"));
+}
+
 TEST_F(ProcessWorkspaceTest, TheStarterOfAGameIsNoWorkstation)
 {
     start();
@@ -467,9 +488,12 @@ class RealProcessTest : public testing::Test
 protected:
     RealProcessTest()
     {
-        writeDesktopFile(data.path(), "velmor-test-program", "Test", "velmor-test-program");
-        std::filesystem::copy_file("/bin/sleep", data / "velmor-test-program");
+        writeDesktopFile(data.path(), name, "Test", name);
+        std::filesystem::copy_file("/bin/sleep", data / name);
     }
+
+    /// Other tests may run beside this one.
+    const std::string name = "velmor-test-program-" + std::to_string(::getpid()) + "x";
 
     PollMainLoop loop;
     test::TemporaryFolder data;
@@ -497,7 +521,7 @@ protected:
 private:
     void note(const char* event, const Application& application)
     {
-        if (application.bundleID == "velmor-test-program")
+        if (application.bundleID == name)
             events.emplace_back(event);
     }
 };
@@ -506,7 +530,7 @@ TEST_F(RealProcessTest, AProgramIsNoticedByTheNextScanAndItsEndWithoutOne)
 {
     ProcessWorkspace workspace(loop, {data.path()});
     const auto subscriptions = follow(workspace);
-    const pid_t process = test::spawn({data / "velmor-test-program", "60"});
+    const pid_t process = test::spawn({data / name, "60"});
     runUntil(1);
     ASSERT_THAT(events, ElementsAre("launch"));
 
@@ -516,18 +540,16 @@ TEST_F(RealProcessTest, AProgramIsNoticedByTheNextScanAndItsEndWithoutOne)
     // and only the watch of its end can have told.
     EXPECT_THAT(events, ElementsAre("launch", "end"));
     ::waitpid(process, nullptr, 0);
-    EXPECT_THAT(workspace.runningApplications(),
-                testing::Not(testing::Contains(Application{"velmor-test-program", "Test"})));
+    EXPECT_THAT(workspace.runningApplications(), testing::Not(testing::Contains(Application{name, "Test"})));
 }
 
 TEST_F(RealProcessTest, OneThatRunsAtTheStartIsListedAndItsEndIsNoticed)
 {
-    const pid_t process = test::spawn({data / "velmor-test-program", "60"});
+    const pid_t process = test::spawn({data / name, "60"});
     // The program runs when spawn() returns.
     ProcessWorkspace workspace(loop, {data.path()});
     const auto subscriptions = follow(workspace);
-    EXPECT_THAT(workspace.runningApplications(),
-                testing::Contains(Application{"velmor-test-program", "Test"}));
+    EXPECT_THAT(workspace.runningApplications(), testing::Contains(Application{name, "Test"}));
     ::kill(process, SIGKILL);
     runUntil(1);
     EXPECT_THAT(events, ElementsAre("end"));

@@ -68,7 +68,6 @@ protected:
     {
         program = std::make_unique<Companion>(std::vector<std::string>{programPath("velmor")},
                                               (session / "velmor.log").native());
-        // On the bus when all else of it is there.
         ASSERT_TRUE(PrivateAudioSession::waitUntil([] { return isOnTheBus(); }));
     }
 

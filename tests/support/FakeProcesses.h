@@ -45,6 +45,14 @@ public:
             writeFile(folder / "root/.flatpak-info", process.flatpakInfo);
     }
 
+    /// One that its parent has not yet asked for.
+    void addEnded(int id)
+    {
+        add({.id = id, .executable = "/gone"});
+        std::filesystem::remove(m_folder / std::to_string(id) / "exe");
+        writeFile(m_folder / std::to_string(id) / "cmdline", "");
+    }
+
     void remove(int id) { std::filesystem::remove_all(m_folder / std::to_string(id)); }
 
 private:

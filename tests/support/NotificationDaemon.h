@@ -67,6 +67,13 @@ public:
 
     void stop() { m_daemon.reset(); }
 
+    /// Ends it without a chance to do anything more.
+    void kill()
+    {
+        m_daemon->endBy(SIGKILL);
+        m_daemon.reset();
+    }
+
     /// It is there, and does nothing any more until it is stopped.
     void freeze() const { ::kill(m_daemon->process(), SIGSTOP); }
 

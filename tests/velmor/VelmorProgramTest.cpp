@@ -34,12 +34,22 @@ TEST_F(VelmorProgramTest, ASecondStartActivatesTheFirstAndEnds)
     EXPECT_TRUE(isOnTheBus());
 }
 
-TEST_F(VelmorProgramTest, ItsFoldersAreItsUsersAlone)
+TEST_F(VelmorProgramTest, ASecondStartBesideOneThatHangsSaysSo)
 {
     startProgram();
+    ::kill(program->process(), SIGSTOP);
+    const auto second = test::run({test::programPath("velmor")});
+    EXPECT_EQ(second.status, 1);
+    EXPECT_EQ(second.output, "[Velmor] another instance is running and does not answer\n");
+}
+
+TEST_F(VelmorProgramTest, ItsFoldersAreItsUsersAlone)
+{
+    std::filesystem::remove_all(session / "config/Velmor");
+    startProgram();
+    EXPECT_TRUE(session.waitUntil([&] { return rightsOf(defaultsFile()) == 0600U; }));
     for (const char* folder : {"data/Velmor", "cache/Velmor", "config/Velmor"})
         EXPECT_EQ(rightsOf(session / folder), 0700U) << folder;
-    EXPECT_EQ(rightsOf(defaultsFile()), 0600U);
 }
 
 TEST_F(VelmorProgramTest, EachSignalToEndKeepsTheRunningSession)
@@ -144,14 +154,17 @@ TEST_F(VelmorProgramTest, TheRecapOfASessionThatEndsWithTheProgramIsSent)
 TEST_F(VelmorProgramTest, TheLoginItemIsWhatTheDesktopHas)
 {
     const auto entry = session / "config/autostart/dev.brightfen.velmor.desktop";
-    startProgram();
-    endProgram();
+    const auto startAndEnd = [this] {
+        startProgram();
+        // A program that is asked to end while it starts does so after its start.
+        endProgram();
+    };
+    startAndEnd();
     EXPECT_EQ(stored<bool>("launchAtLogin"), false);
     EXPECT_FALSE(std::filesystem::exists(entry));
     std::filesystem::create_directories(entry.parent_path());
     test::writeFile(entry, "[Desktop Entry]\nType=Application\nName=Velmor\nExec=somewhere-else\n");
-    startProgram();
-    endProgram();
+    startAndEnd();
     EXPECT_EQ(stored<bool>("launchAtLogin"), true);
     // Registered anew with the program that runs now.
     EXPECT_THAT(test::contentOf(entry), HasSubstr(test::programPath("velmor")));

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <app/AppState.h>
 
+#include <utility>
+
 namespace velmor {
 
 namespace {
 
 constexpr double statisticsRateHz = 10.0;
+constexpr double captureRetrySeconds = 3.0;
 
 /// The offset, once the device is selected that it was calibrated with.
 double offsetForSelectedDevice(AudioDeviceManager& deviceManager, const AppSettings& settings)
@@ -110,9 +113,19 @@ void AppState::followInputDevices()
     m_loop.post(m_lifetime.guarded([this] {
         if (!audioService.hasPermission)
             audioService.checkPermission();
-        if (sessionManager.currentSession.get() && !audioService.isRunning)
-            audioService.start();
+        startMissingCapture();
+        // A device that has just come may need a moment more, or fail in its first moments.
+        m_captureRetryTimer = m_loop.every(captureRetrySeconds, [this] {
+            const Timer last = std::move(m_captureRetryTimer);
+            startMissingCapture();
+        });
     }));
+}
+
+void AppState::startMissingCapture()
+{
+    if (sessionManager.currentSession.get() && !audioService.isRunning)
+        audioService.start();
 }
 
 void AppState::setupAlertCallbacks()

@@ -107,6 +107,9 @@ public:
     /// matters.
     void endSession();
 
+    /// Ends a running session, for the end of the program: after that nothing begins or ends one any more.
+    void endForGood();
+
     void requestOpenReport(const Session& session);
 
     /// Removes a session from the history. One of today takes its share of the day's dose with it.
@@ -132,6 +135,7 @@ private:
     void setupDoseCallbacks();
     void setupAudioServiceCallbacks();
     void followInputDevices();
+    void startMissingCapture();
     void setupAlertCallbacks();
     void forwardChanges();
     void forwardChangesOf(ObservableObject& child);
@@ -156,6 +160,7 @@ private:
     Timer m_splUpdateTimer;
     Timer m_readingSampleTimer;
     Timer m_midnightResetTimer;
+    Timer m_captureRetryTimer;
     bool m_hasChangeToAnnounce = false;
     std::vector<Subscription> m_subscriptions;
     Lifetime m_lifetime;

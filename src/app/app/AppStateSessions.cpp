@@ -40,6 +40,15 @@ void AppState::endSession()
     notifications.sendSessionRecapNotification(sessionDose, totalDose, newest);
 }
 
+void AppState::endForGood()
+{
+    dawDetection.onDAWLaunched = nullptr;
+    dawDetection.onAllDAWsQuit = nullptr;
+    audioService.onDeviceDisconnected = nullptr;
+    if (sessionManager.currentSession.get())
+        endSession();
+}
+
 void AppState::requestOpenReport(const Session& session)
 {
     pendingReportSessionID = session.id;

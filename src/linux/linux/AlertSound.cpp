@@ -77,10 +77,10 @@ std::optional<ThemeSound> readThemeSound(const std::vector<std::filesystem::path
 class AlertSound::Playback
 {
 public:
-    Playback(PipeWireGraph& graph, ThemeSound sound, Doorbell& endBell)
+    Playback(PipeWireGraph& graph, ThemeSound sound, std::unique_ptr<Doorbell> endBell)
         : m_graph(graph)
         , m_sound(std::move(sound))
-        , m_endBell(endBell)
+        , m_endBell(std::move(endBell))
     {
         const PipeWireLock lock(m_graph.threadLoop());
         if (!m_graph.core())
@@ -108,7 +108,7 @@ public:
                                                                           PW_STREAM_FLAG_RT_PROCESS),
                                              &parameter, 1);
         if (result < 0)
-            m_endBell.ring();
+            m_endBell->ring();
     }
 
     ~Playback()
@@ -116,7 +116,7 @@ public:
         const PipeWireLock lock(m_graph.threadLoop());
         if (!m_stream)
             return;
-        spa_hook_remove(&m_listener);
+        // Ends the data thread's work on the stream before it returns. The listener stays until then.
         pw_stream_destroy(m_stream);
     }
 
@@ -156,7 +156,7 @@ private:
 
     PipeWireGraph& m_graph;
     const ThemeSound m_sound;
-    Doorbell& m_endBell;
+    std::unique_ptr<Doorbell> m_endBell; ///< Of its own: a ring for one that has been replaced is lost.
     pw_stream* m_stream = nullptr;
     spa_hook m_listener = {};
     std::size_t m_position = 0; ///< PipeWire's data thread.
@@ -168,17 +168,16 @@ const pw_stream_events AlertSound::Playback::streamEvents = {
     .state_changed =
         [](void* self, pw_stream_state, pw_stream_state state, const char*) {
             if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED)
-                static_cast<Playback*>(self)->m_endBell.ring();
+                static_cast<Playback*>(self)->m_endBell->ring();
         },
     .process = [](void* self) { static_cast<Playback*>(self)->process(); },
-    .drained = [](void* self) { static_cast<Playback*>(self)->m_endBell.ring(); },
+    .drained = [](void* self) { static_cast<Playback*>(self)->m_endBell->ring(); },
 };
 
 AlertSound::AlertSound(MainLoop& loop, PipeWireGraph& graph, std::vector<std::filesystem::path> dataFolders)
     : m_loop(loop)
     , m_graph(graph)
     , m_dataFolders(std::move(dataFolders))
-    , m_endBell(loop.doorbell([this] { m_playback.reset(); }))
     , m_graphChanges(graph.onChange([this] {
         if (!m_graph.isConnected())
             m_playback.reset();
@@ -198,7 +197,8 @@ void AlertSound::play(const std::string& name, NotificationSound kind)
     // Where no output takes it, the stream would wait for one and play much later.
     const double seconds =
         static_cast<double>(sound->samples.size()) / (sound->sampleRate * sound->channelCount);
-    m_playback = std::make_unique<Playback>(m_graph, *std::move(sound), *m_endBell);
+    m_playback = std::make_unique<Playback>(m_graph, *std::move(sound),
+                                            m_loop.doorbell([this] { m_playback.reset(); }));
     if (!m_playback->isStarted()) {
         m_playback.reset();
         return;

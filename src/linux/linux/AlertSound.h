@@ -51,7 +51,6 @@ private:
     MainLoop& m_loop;
     PipeWireGraph& m_graph;
     std::vector<std::filesystem::path> m_dataFolders;
-    std::unique_ptr<Doorbell> m_endBell; ///< Rung by the playback.
     std::unique_ptr<Playback> m_playback;
     Timer m_limit; ///< Ends a playback that doesn't end by itself.
     Subscription m_graphChanges;

@@ -20,7 +20,7 @@ const QString name = QStringLiteral("dev.brightfen.velmor");
 const QString objectPath = QStringLiteral("/dev/brightfen/velmor");
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
 
-constexpr int activationTimeoutMilliseconds = 5000;
+constexpr int activationTimeoutMilliseconds = 2000;
 
 /// One that is just ending may still have the name, and answer no more.
 constexpr int tries = 3;

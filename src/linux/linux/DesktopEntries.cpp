@@ -8,6 +8,7 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace velmor {
@@ -35,6 +36,17 @@ std::vector<std::string> wordsOf(const std::string& command)
     }
     ::g_strfreev(parsed);
     return words;
+}
+
+/// When the folder was last changed. Within a tick of the file system's clock it may be changed again
+/// without a trace: one that was changed just now has a time that is never seen again.
+std::filesystem::file_time_type reliableTime(const std::filesystem::path& folder)
+{
+    std::error_code error;
+    const auto time = std::filesystem::last_write_time(folder, error);
+    const bool isRecent =
+        !error && std::filesystem::file_time_type::clock::now() - time < std::chrono::seconds(2);
+    return isRecent ? std::filesystem::file_time_type::max() : time;
 }
 
 std::string_view versionOf(std::string_view program)
@@ -125,14 +137,14 @@ void DesktopEntries::readFolder(const std::filesystem::path& folder, std::map<st
 {
     // A folder that isn't there has the earliest time, and is noticed when it comes.
     std::error_code error;
-    m_folderTimes[folder] = std::filesystem::last_write_time(folder, error);
+    m_folderTimes[folder] = reliableTime(folder);
     constexpr auto options = std::filesystem::directory_options::skip_permission_denied;
     for (auto i = std::filesystem::recursive_directory_iterator(folder, options, error);
          !error && i != std::filesystem::recursive_directory_iterator(); i.increment(error)) {
         const auto& path = i->path();
         std::error_code ignored;
         if (i->is_directory(ignored)) {
-            m_folderTimes[path] = std::filesystem::last_write_time(path, ignored);
+            m_folderTimes[path] = reliableTime(path);
             continue;
         }
         if (path.extension() != extension)

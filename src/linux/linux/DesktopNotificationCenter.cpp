@@ -38,6 +38,8 @@ constexpr std::size_t longestQueue = 100;
 /// As many can still be answered.
 constexpr std::size_t rememberedNotifications = 100;
 
+constexpr int triesOfANotification = 2;
+
 constexpr int flushCheckMilliseconds = 10;
 
 /// The server decides how long a notification shows.
@@ -108,8 +110,9 @@ public:
     void add(const NotificationRequest& request)
     {
         // One that is under way is replaced when it has got its number.
-        std::erase_if(m_waiting, [&](const auto& other) { return other.identifier == request.identifier; });
-        m_waiting.push_back(request);
+        std::erase_if(m_waiting,
+                      [&](const auto& other) { return other.request.identifier == request.identifier; });
+        m_waiting.push_back({request});
         if (m_waiting.size() > longestQueue)
             m_waiting.pop_front();
         sendNext();
@@ -135,6 +138,12 @@ private slots:
     }
 
 private:
+    struct Waiting
+    {
+        NotificationRequest request;
+        int tries = 0; ///< That a server took and did not answer.
+    };
+
     void serverChanged(const QString& owner)
     {
         // Its numbers are nobody's now, or another program's.
@@ -156,7 +165,8 @@ private:
     /// One call at a time: so they come in order, and one that replaces another knows its number.
     void sendNext()
     {
-        if (m_isCalling || m_waiting.empty())
+        // Without a bus no call is ever answered.
+        if (m_isCalling || m_waiting.empty() || !m_bus.isConnected())
             return;
         m_isCalling = true;
         if (!m_capabilities)
@@ -182,7 +192,8 @@ private:
 
     void sendFirst()
     {
-        const NotificationRequest request = m_waiting.front();
+        const Waiting waiting = m_waiting.front();
+        const NotificationRequest& request = waiting.request;
         m_waiting.pop_front();
         const NotificationMessage message =
             notificationMessage(request, categoryOf(request), *m_capabilities);
@@ -201,17 +212,17 @@ private:
         notify << QStringLiteral("Velmor") << (earlier != m_numbers.end() ? earlier->second : 0U)
                << QString::fromLatin1(desktopEntry) << qText(message.summary) << qText(message.body)
                << actions << hints << serversOwnTimeout;
-        await(notify, [this, request, message](const QDBusPendingCall& answer) {
+        await(notify, [this, waiting, message](const QDBusPendingCall& answer) {
             const QDBusPendingReply<uint> reply = answer;
             if (reply.isError() && isServerMissing(reply.error())) {
                 m_capabilities.reset();
-                keepForLater(request);
+                keepForLater(waiting, reply.error());
                 return false;
             }
             if (!reply.isError() && isOfPresentServer(reply.reply()))
-                noteShown(reply.value(), request);
+                noteShown(reply.value(), waiting.request);
             if (!reply.isError() && message.isSoundOurs)
-                m_playSound(message.soundName, request.sound);
+                m_playSound(message.soundName, waiting.request.sound);
             return true;
         });
     }
@@ -230,13 +241,16 @@ private:
     }
 
     /// Until a server appears, or the next notification tries again. A newer one of its identifier stands
-    /// for it.
-    void keepForLater(const NotificationRequest& request)
+    /// for it. One that two servers took and did not answer may be what ends them.
+    void keepForLater(Waiting waiting, const QDBusError& error)
     {
-        const bool isReplaced = std::ranges::any_of(
-            m_waiting, [&](const auto& other) { return other.identifier == request.identifier; });
+        if (error.type() != QDBusError::ServiceUnknown && ++waiting.tries >= triesOfANotification)
+            return;
+        const bool isReplaced = std::ranges::any_of(m_waiting, [&](const auto& other) {
+            return other.request.identifier == waiting.request.identifier;
+        });
         if (!isReplaced)
-            m_waiting.push_front(request);
+            m_waiting.push_front(std::move(waiting));
     }
 
     /// \param answered tells whether there is a server, so that the next call may follow. Where there was
@@ -262,7 +276,7 @@ private:
     QDBusServiceWatcher m_watcher;
     NotificationDelegate* m_delegate = nullptr;
     std::map<std::string, NotificationCategory> m_categories;
-    std::deque<NotificationRequest> m_waiting;
+    std::deque<Waiting> m_waiting;
     bool m_isCalling = false;
     QString m_owner; ///< The present server's name on the bus; empty while it is not known.
     int m_changesOfServer = 0;

@@ -140,6 +140,7 @@ public:
         m_stream = pw_stream_new(m_graph.core(), "Level measurement", properties);
         if (!m_stream)
             return failed(errno);
+        m_listener = {};
         pw_stream_add_listener(m_stream, &m_listener, &streamEvents, this);
 
         spa_audio_info_raw format = {};
@@ -232,10 +233,12 @@ private:
     {
         if (!m_stream)
             return;
-        spa_hook_remove(&m_listener);
-        // Ends the data thread's work on the stream before it returns.
+        // Ends the data thread's work on the stream before it returns. The listener stays until then: taken
+        // away by itself, it would be taken from under that thread.
+        m_isEnding = true;
         pw_stream_destroy(m_stream);
         m_stream = nullptr;
+        m_isEnding = false;
     }
 
     /// PipeWire's data thread: copies the chosen channel, nothing else.
@@ -273,7 +276,11 @@ private:
     {
         if (state != PW_STREAM_STATE_ERROR && state != PW_STREAM_STATE_UNCONNECTED)
             return;
-        if (!m_hasDelivered.exchange(false) && std::exchange(m_hasFailedBefore, true))
+        if (m_isEnding)
+            return;
+        if (m_hasDelivered.exchange(false))
+            m_hasFailedBefore = false;
+        else if (std::exchange(m_hasFailedBefore, true))
             m_hasFailedTwice = true;
         m_changeBell->ring();
     }
@@ -346,6 +353,7 @@ private:
     std::atomic<pw_stream*> m_stream = nullptr; ///< Read by PipeWire's data thread, too.
     spa_hook m_listener = {};
     bool m_hasFailedBefore = false; ///< PipeWire's loop thread.
+    bool m_isEnding = false;        ///< Under PipeWire's lock, which its loop thread holds too.
     Timer m_stallCheck;
     int m_idleChecks = 0;
     bool m_isSecondTry = false;

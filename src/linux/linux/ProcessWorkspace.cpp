@@ -114,10 +114,10 @@ void ProcessWorkspace::scan()
     const std::vector<pid_t> ids = listedNow();
     const std::vector<pid_t> toLookInto = noteListed(ids);
 
-    // Where an exit can't be watched, the list tells of it.
+    // Where an exit can't be watched, the list tells of it, or that nothing is left to be read.
     std::vector<pid_t> gone;
     for (const auto& [id, member] : m_members) {
-        if (!isListed(id))
+        if (!isListed(id) || (!member.exitWatch && !readProcess(m_processes, id)))
             gone.push_back(id);
     }
     for (const pid_t id : gone)
@@ -194,9 +194,13 @@ void ProcessWorkspace::look(pid_t id)
         return;
     const auto process = readProcess(m_processes, id);
     const auto identity = process ? identityOf(*process) : std::nullopt;
-    // What can't be told any more stays what it was: a script that has become what it starts.
-    if (!identity)
+    // What can't be told any more stays what it was: a script that has become what it starts. Not so what
+    // was only seen before the one that had started it.
+    if (!identity) {
+        if (m_helpers.contains(id))
+            leave(id);
         return;
+    }
     const auto member = m_members.find(id);
     if (member == m_members.end()) {
         join(*process, *identity);
