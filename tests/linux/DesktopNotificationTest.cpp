@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +21,7 @@ namespace velmor {
 namespace {
 
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 struct RecordingDelegate final : NotificationDelegate
 {
@@ -33,7 +35,8 @@ struct RecordingDelegate final : NotificationDelegate
     }
 };
 
-/// A real session bus and a real daemon.
+/// A real session bus and a real daemon. Its script runs beside others of its kind: what it notes down may
+/// come in another order than the notifications, whose numbers tell theirs.
 class DesktopNotificationTest : public testing::Test
 {
 protected:
@@ -123,10 +126,13 @@ TEST_F(DesktopNotificationTest, OneOfTheSameIdentifierReplacesTheEarlierOne)
     ASSERT_TRUE(waitFor(2));
     center->add(request("dose-caution", "Third"));
     ASSERT_TRUE(waitFor(3));
-    EXPECT_THAT(daemon->summaries(), ElementsAre("First", "Second", "Third"));
-    EXPECT_EQ(daemon->received()[0].number, daemon->received()[2].number);
-    EXPECT_NE(daemon->received()[0].number, daemon->received()[1].number);
-    EXPECT_EQ(daemon->received()[1].urgency, "NORMAL");
+    std::map<std::string, test::ReceivedNotification> bySummary;
+    for (const auto& one : daemon->received())
+        bySummary[one.summary] = one;
+    ASSERT_EQ(bySummary.size(), 3U);
+    EXPECT_EQ(bySummary["First"].number, bySummary["Third"].number);
+    EXPECT_NE(bySummary["First"].number, bySummary["Second"].number);
+    EXPECT_EQ(bySummary["Second"].urgency, "NORMAL");
 }
 
 TEST_F(DesktopNotificationTest, APressedButtonComesBackWithTheCategoryAndWhatWasGivenAlong)
@@ -150,7 +156,7 @@ TEST_F(DesktopNotificationTest, WhatNoDaemonTakesIsDeliveredWhenOneAppears)
     EXPECT_TRUE(daemon->received().empty());
     daemon->start();
     ASSERT_TRUE(waitFor(2));
-    EXPECT_THAT(daemon->summaries(), ElementsAre("Second", "Third"));
+    EXPECT_THAT(daemon->summaries(), UnorderedElementsAre("Second", "Third"));
 }
 
 TEST_F(DesktopNotificationTest, ADaemonThatIsRestartedGoesOnBeingUsed)
@@ -162,7 +168,7 @@ TEST_F(DesktopNotificationTest, ADaemonThatIsRestartedGoesOnBeingUsed)
     center->add(request("b", "Other"));
     center->add(request("a", "Again"));
     ASSERT_TRUE(waitFor(3));
-    EXPECT_THAT(daemon->summaries(), ElementsAre("First", "Other", "Again"));
+    EXPECT_THAT(daemon->summaries(), UnorderedElementsAre("First", "Other", "Again"));
     test::NotificationDaemon::closeAll();
     center->add(request("c", "Last"));
     ASSERT_TRUE(waitFor(4));
@@ -184,7 +190,7 @@ TEST_F(DesktopNotificationTest, WhatIsUnderWayWhenTheDaemonEndsIsShownByTheNext)
     runUntil([] { return false; }, 0.5);
     daemon->start();
     ASSERT_TRUE(waitFor(3));
-    EXPECT_THAT(daemon->summaries(), ElementsAre("First", "Second", "Third"));
+    EXPECT_THAT(daemon->summaries(), UnorderedElementsAre("First", "Second", "Third"));
 }
 
 TEST_F(DesktopNotificationTest, AFlushWaitsForWhatIsUnderWayButNotForLong)
@@ -211,7 +217,6 @@ TEST_F(DesktopNotificationTest, TheOrderOfManyIsKept)
     }
     ASSERT_TRUE(waitFor(20));
     auto received = daemon->received();
-    // The daemon's script runs beside others of its kind: its lines may come in another order.
     std::ranges::sort(received, {}, [](const auto& one) { return std::stoi(one.number); });
     for (std::size_t i = 0; i < sent.size(); ++i)
         EXPECT_EQ(received[i].summary, sent[i]);

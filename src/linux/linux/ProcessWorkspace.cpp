@@ -111,8 +111,11 @@ std::optional<ApplicationIcon> ProcessWorkspace::icon(const std::filesystem::pat
 
 void ProcessWorkspace::scan()
 {
-    const std::vector<pid_t> ids = listedNow();
-    const std::vector<pid_t> toLookInto = noteListed(ids);
+    // A list that can't be had says nothing of who has ended.
+    const auto ids = listedNow();
+    if (!ids)
+        return;
+    const std::vector<pid_t> toLookInto = noteListed(*ids);
 
     // Where an exit can't be watched, the list tells of it, or that nothing is left to be read.
     std::vector<pid_t> gone;
@@ -150,16 +153,16 @@ std::vector<pid_t> ProcessWorkspace::noteListed(const std::vector<pid_t>& ids)
     return toLookInto;
 }
 
-std::vector<pid_t> ProcessWorkspace::listedNow() const
+std::optional<std::vector<pid_t>> ProcessWorkspace::listedNow() const
 {
-    std::vector<pid_t> ids;
     const int descriptor = m_processes >= 0 ? ::fcntl(m_processes, F_DUPFD_CLOEXEC, 0) : -1;
     DIR* folder = descriptor >= 0 ? ::fdopendir(descriptor) : nullptr;
     if (!folder) {
         if (descriptor >= 0)
             ::close(descriptor);
-        return ids;
+        return std::nullopt;
     }
+    std::vector<pid_t> ids;
     // The copy shares its place in the folder with the original.
     ::rewinddir(folder);
     while (const dirent* entry = ::readdir(folder)) {

@@ -89,7 +89,7 @@ private:
         int looksLeft = 0;
     };
 
-    std::vector<pid_t> listedNow() const;
+    std::optional<std::vector<pid_t>> listedNow() const;
     std::vector<pid_t> noteListed(const std::vector<pid_t>& ids);
     bool isListed(pid_t id) const;
     bool isOfThisUser(pid_t id) const;
