@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What other programs make us read of them: desktop files, their processes' files in /proc, command lines,
-// the vocabulary of channel positions. The first byte says which.
+// the lists, names and positions of the audio graph. The first byte says which.
 #include <linux/ChannelName.h>
 #include <linux/DesktopEntries.h>
+#include <linux/PipeWireText.h>
 #include <linux/ProcessInfo.h>
 #include <linux/ProgramName.h>
 #include <linux/WorkstationAliases.h>
@@ -57,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0)
         return 0;
     const std::string_view text(reinterpret_cast<const char*>(data) + 1, size - 1);
-    switch (data[0] % 6) {
+    switch (data[0] % 7) {
     case 0:
         readDesktopFile(text);
         break;
@@ -75,6 +76,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         break;
     case 4:
         readCommand(text);
+        break;
+    case 5:
+        for (const std::string& entry : listEntries(text))
+            require(!entry.empty());
+        wholeNumber(text);
+        nameInMetadata(std::string(text));
         break;
     default:
         channelName(text);

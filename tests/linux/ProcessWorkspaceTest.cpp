@@ -2,7 +2,6 @@
 #include <linux/PollMainLoop.h>
 #include <linux/ProcessWorkspace.h>
 #include <support/FakeProcesses.h>
-#include <support/RunProgram.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,10 +9,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <csignal>
-
-#include <unistd.h>
 
 namespace velmor {
 namespace {
@@ -25,26 +20,17 @@ using testing::IsEmpty;
 
 constexpr auto reaper = "com.cockos.reaper";
 
-void writeDesktopFile(const std::filesystem::path& dataFolder, const std::string& id, const std::string& name,
-                      const std::string& exec, const std::string& more = {})
-{
-    std::filesystem::create_directories(dataFolder / "applications");
-    test::writeFile(dataFolder / "applications" / (id + ".desktop"),
-                    "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + exec + "\nIcon=" + id +
-                        "\n" + more);
-}
-
 /// Programs that can't run here, in a folder like /proc.
 class ProcessWorkspaceTest : public testing::Test
 {
 protected:
     ProcessWorkspaceTest()
     {
-        writeDesktopFile(data.path(), "ardour8", "Ardour 8", "ardour8 %U");
-        writeDesktopFile(data.path(), "org.example.Terminal", "Terminal", "/usr/bin/terminal");
-        writeDesktopFile(data.path(), "cockos-reaper", "REAPER", "\"/opt/REAPER/reaper\" %F");
-        writeDesktopFile(data.path(), "waveform", "Waveform", "/usr/bin/Waveform12");
-        writeDesktopFile(data.path(), "hidden", "Hidden", "hidden", "NoDisplay=true\n");
+        test::writeDesktopFile(data.path(), "ardour8", "Ardour 8", "ardour8 %U");
+        test::writeDesktopFile(data.path(), "org.example.Terminal", "Terminal", "/usr/bin/terminal");
+        test::writeDesktopFile(data.path(), "cockos-reaper", "REAPER", "\"/opt/REAPER/reaper\" %F");
+        test::writeDesktopFile(data.path(), "waveform", "Waveform", "/usr/bin/Waveform12");
+        test::writeDesktopFile(data.path(), "hidden", "Hidden", "hidden", "NoDisplay=true\n");
     }
 
     ProcessWorkspace& start()
@@ -238,7 +224,7 @@ TEST_F(ProcessWorkspaceTest, AStarterThatEndsBeforeItsProgramEndsNothing)
 
 TEST_F(ProcessWorkspaceTest, AScriptThatBecomesAWorkstationIsThatWorkstation)
 {
-    writeDesktopFile(data.path(), "my-reaper", "My REAPER", "/home/me/my-reaper");
+    test::writeDesktopFile(data.path(), "my-reaper", "My REAPER", "/home/me/my-reaper");
     start();
     processes.add({.id = 10, .executable = "/bin/bash", .arguments = {"/bin/sh", "/home/me/my-reaper"}});
     EXPECT_THAT(scanned(), ElementsAre("launch my-reaper"));
@@ -449,7 +435,7 @@ TEST_F(ProcessWorkspaceTest, AScriptIsNamedByItself)
 TEST_F(ProcessWorkspaceTest, AProgramThatIsInstalledLaterIsFoundToo)
 {
     start();
-    writeDesktopFile(data.path(), "lmms", "LMMS", "lmms %f");
+    test::writeDesktopFile(data.path(), "lmms", "LMMS", "lmms %f");
     processes.add({.id = 10, .executable = "/usr/bin/lmms"});
     EXPECT_THAT(scanned(), ElementsAre("launch lmms"));
 }
@@ -480,80 +466,6 @@ TEST_F(ProcessWorkspaceTest, AFolderThatIsNoProcListsNothing)
     ProcessWorkspace workspace(loop, {data.path()}, "/nonexistent");
     workspace.scan();
     EXPECT_THAT(workspace.runningApplications(), IsEmpty());
-}
-
-/// Real processes of this machine.
-class RealProcessTest : public testing::Test
-{
-protected:
-    RealProcessTest()
-    {
-        writeDesktopFile(data.path(), name, "Test", name);
-        std::filesystem::copy_file("/bin/sleep", data / name);
-    }
-
-    /// Other tests may run beside this one.
-    const std::string name = "velmor-test-program-" + std::to_string(::getpid()) + "x";
-
-    PollMainLoop loop;
-    test::TemporaryFolder data;
-    std::vector<std::string> events;
-
-    std::vector<Subscription> follow(ProcessWorkspace& workspace)
-    {
-        std::vector<Subscription> subscriptions;
-        subscriptions.push_back(workspace.onLaunch([this](const Application& a) { note("launch", a); }));
-        subscriptions.push_back(workspace.onTermination([this](const Application& a) { note("end", a); }));
-        return subscriptions;
-    }
-
-    /// Lets the loop run until there are so many events.
-    void runUntil(std::size_t count)
-    {
-        const Timer check = loop.every(0.005, [&] {
-            if (events.size() >= count)
-                loop.quit();
-        });
-        loop.after(10, [&] { loop.quit(); });
-        loop.run();
-    }
-
-private:
-    void note(const char* event, const Application& application)
-    {
-        if (application.bundleID == name)
-            events.emplace_back(event);
-    }
-};
-
-TEST_F(RealProcessTest, AProgramIsNoticedByTheNextScanAndItsEndWithoutOne)
-{
-    ProcessWorkspace workspace(loop, {data.path()});
-    const auto subscriptions = follow(workspace);
-    const pid_t process = test::spawn({data / name, "60"});
-    runUntil(1);
-    ASSERT_THAT(events, ElementsAre("launch"));
-
-    ::kill(process, SIGKILL);
-    runUntil(2);
-    // Its parent, which is this test, has not asked for it: until then it stays in the list of processes,
-    // and only the watch of its end can have told.
-    EXPECT_THAT(events, ElementsAre("launch", "end"));
-    ::waitpid(process, nullptr, 0);
-    EXPECT_THAT(workspace.runningApplications(), testing::Not(testing::Contains(Application{name, "Test"})));
-}
-
-TEST_F(RealProcessTest, OneThatRunsAtTheStartIsListedAndItsEndIsNoticed)
-{
-    const pid_t process = test::spawn({data / name, "60"});
-    // The program runs when spawn() returns.
-    ProcessWorkspace workspace(loop, {data.path()});
-    const auto subscriptions = follow(workspace);
-    EXPECT_THAT(workspace.runningApplications(), testing::Contains(Application{name, "Test"}));
-    ::kill(process, SIGKILL);
-    runUntil(1);
-    EXPECT_THAT(events, ElementsAre("end"));
-    ::waitpid(process, nullptr, 0);
 }
 
 } // namespace

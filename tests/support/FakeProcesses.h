@@ -9,6 +9,16 @@
 
 namespace velmor::test {
 
+/// A program that is installed.
+inline void writeDesktopFile(const std::filesystem::path& dataFolder, const std::string& id,
+                             const std::string& name, const std::string& exec, const std::string& more = {})
+{
+    std::filesystem::create_directories(dataFolder / "applications");
+    writeFile(dataFolder / "applications" / (id + ".desktop"),
+              "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + exec + "\nIcon=" + id + "\n" +
+                  more);
+}
+
 /// A process as a test makes it up.
 struct MadeUpProcess
 {

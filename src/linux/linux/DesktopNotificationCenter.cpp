@@ -205,6 +205,7 @@ private:
         hints[QStringLiteral("urgency")] = QVariant::fromValue(message.urgency);
         hints[QStringLiteral("desktop-entry")] = QString::fromLatin1(desktopEntry);
         if (message.isSoundOurs)
+            // Ours is played: two at once would be louder than either is meant to be.
             hints[QStringLiteral("suppress-sound")] = true;
         else
             hints[QStringLiteral("sound-name")] = qText(message.soundName);
