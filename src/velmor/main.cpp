@@ -1,19 +1,33 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <app/AppState.h>
+#include <app/AutomationInterfaces.h>
+#include <app/FocusFollower.h>
+#include <app/IntentActions.h>
+#include <app/ShortcutSearch.h>
+#include <app/VelmorIntentSupport.h>
+#include <app/VelmorSessionFocusFilter.h>
 #include <base/Calendar.h>
 #include <base/Print.h>
+#include <integrations/VelmorWidgetSnapshot.h>
 #include <linux/AlertSound.h>
 #include <linux/ApplicationInstance.h>
 #include <linux/AutostartLoginItem.h>
+#include <linux/BusWidgetCenter.h>
+#include <linux/DesktopDoNotDisturb.h>
 #include <linux/DesktopNotificationCenter.h>
 #include <linux/Directories.h>
+#include <linux/Journal.h>
+#include <linux/LevelStream.h>
 #include <linux/PipeWireCapture.h>
 #include <linux/PipeWireGraph.h>
 #include <linux/ProcessWorkspace.h>
 #include <linux/QtMainLoop.h>
+#include <linux/RunningInstance.h>
+#include <linux/SearchService.h>
 #include <linux/SqliteDefaultsStore.h>
 #include <linux/TimeZoneWatch.h>
 
+#include <CLI/CLI.hpp>
 #include <QCoreApplication>
 
 #include <cerrno>
@@ -21,9 +35,11 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -91,17 +107,41 @@ std::filesystem::path ownProgram()
     return std::filesystem::read_symlink("/proc/self/exe", error);
 }
 
-int run(int argumentCount, char** arguments)
+/// What the command line asks for.
+struct Arguments
 {
-    prepareStandardStreams();
-    const QCoreApplication application(argumentCount, arguments);
+    std::vector<std::string> urls;
+    std::string action;
+};
+
+/// Ends the program after a help text or a mistake.
+Arguments parsedArguments(int argumentCount, char** arguments)
+{
+    Arguments parsed;
+    CLI::App program("Keeps account of what your ears are exposed to. With something to do, has the running "
+                     "instance do it, and ends.");
+    program.add_option("URL", parsed.urls, "velmor:// URLs to open");
+    program.add_option("--action", parsed.action, "an action of the desktop entry, as EndMixingSession");
+    try {
+        program.parse(argumentCount, arguments);
+    } catch (const CLI::Error& error) {
+        std::exit(program.exit(error));
+    }
+    return parsed;
+}
+
+/// The desktop program itself.
+int runDesktop()
+{
     QtMainLoop loop;
 
     const EndOnSignals endOnSignals(loop, [] { QCoreApplication::quit(); });
 
-    // The session bus ends with the desktop's session.
-    const ApplicationInstance instance(
-        {.onActivate = [] { printLine("activated"); }, .onBusLost = [] { QCoreApplication::quit(); }});
+    // The session bus ends with the desktop's session. Calls are answered once the loop runs.
+    std::function<void(const std::string&)> performAction;
+    ApplicationInstance instance({.onActivate = [] { printLine("activated"); },
+                                  .onAction = [&](const std::string& action) { performAction(action); },
+                                  .onBusLost = [] { QCoreApplication::quit(); }});
     if (instance.role() == ApplicationInstance::Role::another)
         return EXIT_SUCCESS;
     if (instance.role() == ApplicationInstance::Role::unanswered)
@@ -113,25 +153,62 @@ int run(int argumentCount, char** arguments)
         create(folder);
 
     SqliteDefaultsStore defaults(loop, folders.defaults / "defaults.sqlite");
+    SqliteDefaultsStore widgetSuite(loop, folders.suite(VelmorWidgetSnapshot::appGroupID),
+                                    SqliteDefaultsStore::Trouble::kept);
     Calendar calendar = Calendar::current();
     PipeWireGraph graph(loop);
     PipeWireCapture capture(loop, graph);
     AlertSound alertSound(loop, graph, baseFolders.allData());
-    DesktopNotificationCenter notificationCenter(
-        loop, [&](const std::string& name, NotificationSound kind) { alertSound.play(name, kind); });
+    DesktopDoNotDisturb doNotDisturb;
+    DesktopNotificationCenter notificationCenter(loop, [&](const std::string& name, NotificationSound kind) {
+        if (!doNotDisturb.isOn() || kind == NotificationSound::critical)
+            alertSound.play(name, kind);
+    });
     AutostartLoginItem loginItem(baseFolders.config, ownProgram());
     ProcessWorkspace workspace(loop, baseFolders.allData());
+    BusWidgetCenter widgetCenter(instance.object(), widgetSuite);
 
     AppState hub({loop, capture, graph, defaults, calendar, notificationCenter, loginItem, workspace,
-                  SessionStorage::inApplicationSupport(baseFolders.data), SessionManager::Bundle::installed});
+                  SessionStorage::inApplicationSupport(baseFolders.data), SessionManager::Bundle::installed,
+                  &widgetSuite, &widgetCenter, &instance});
     const TimeZoneWatch timeZoneWatch(loop, [&] {
         calendar = Calendar::current();
         hub.timeZoneChanged();
     });
+
+    VelmorIntentSupport intentSupport;
+    intentSupport.registerAppState(hub);
+    IntentActions intentActions(intentSupport, notificationCenter);
+    performAction = [&](const std::string& action) { intentActions.perform(action); };
+    Journal journal;
+    VelmorSessionFocusFilter focusFilter(intentSupport, journal);
+    const FocusFollower focusFollower(hub, doNotDisturb, focusFilter);
+    instance.object().offer(AutomationInterfaces::intents(intentSupport));
+    instance.object().offer(AutomationInterfaces::focusFilter(intentSupport, focusFilter));
+    const LevelStream levelStream(loop, instance.object(),
+                                  [&] { return AutomationInterfaces::levels(intentSupport); });
+    ShortcutSearch shortcutSearch(intentSupport, intentActions);
+    const SearchService searchService(shortcutSearch);
+
     const int status = QCoreApplication::exec();
     hub.endForGood();
+    widgetCenter.flush();
     notificationCenter.flush(lastNotificationSeconds);
     return status;
+}
+
+int run(int argumentCount, char** arguments)
+{
+    prepareStandardStreams();
+    const Arguments wanted = parsedArguments(argumentCount, arguments);
+    const QCoreApplication application(argumentCount, arguments);
+    if (wanted.urls.empty() && wanted.action.empty())
+        return runDesktop();
+    const RunningInstance running(ownProgram());
+    const bool isOpened = wanted.urls.empty() || running.open(wanted.urls);
+    const bool isDone = wanted.action.empty() || running.activateAction(wanted.action);
+    // Without the end of Qt's static objects: its bus thread may be using them.
+    std::_Exit(isOpened && isDone ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 } // namespace

@@ -50,6 +50,7 @@ struct FakeWorkspace final : Workspace
     std::map<std::string, std::filesystem::path> locations; ///< By bundle identifier.
     std::map<std::filesystem::path, ApplicationIcon> icons; ///< By location.
     mutable int iconLookUps = 0;
+    std::vector<std::string> opened; ///< URLs.
     boost::signals2::signal<void(const Application&)> launched;
     boost::signals2::signal<void(const Application&)> terminated;
 
@@ -75,6 +76,8 @@ struct FakeWorkspace final : Workspace
         return found != icons.end() ? std::optional(found->second) : std::nullopt;
     }
 
+    void open(const std::string& url) override { opened.push_back(url); }
+
     void launch(const std::string& bundleID)
     {
         running.push_back({bundleID, bundleID});
@@ -86,6 +89,25 @@ struct FakeWorkspace final : Workspace
         if (found != running.end())
             running.erase(found);
         terminated({bundleID, bundleID});
+    }
+};
+
+/// Counts how often widgets are told.
+struct FakeWidgetCenter final : WidgetCenter
+{
+    int reloads = 0;
+
+    void reloadAllTimelines() override { ++reloads; }
+};
+
+/// A desktop that wants URLs opened when its owner says so.
+struct FakeURLEvents final : URLEvents
+{
+    boost::signals2::signal<void(const std::vector<std::string>&)> open;
+
+    Subscription onOpen(const std::function<void(const std::vector<std::string>&)>& callback) override
+    {
+        return open.connect(callback);
     }
 };
 
@@ -104,12 +126,16 @@ struct HubHost
     FakeNotificationCenter notifications;
     FakeLoginItem loginItem;
     FakeWorkspace workspace;
+    MemoryDefaultsStore widgetSuite;
+    FakeWidgetCenter widgetCenter;
+    FakeURLEvents urlEvents;
     SessionStorage storage = SessionStorage::nowhere();
     SessionManager::Bundle bundle = SessionManager::Bundle::none;
 
     Host host()
     {
-        return {loop, audio, audio, defaults, calendar, notifications, loginItem, workspace, storage, bundle};
+        return {loop,      audio,   audio,  defaults,     calendar,      notifications, loginItem,
+                workspace, storage, bundle, &widgetSuite, &widgetCenter, &urlEvents};
     }
 };
 

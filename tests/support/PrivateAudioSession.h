@@ -85,14 +85,15 @@ public:
                                           std::pair("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + socket("bus")),
                                           std::pair("PIPEWIRE_RUNTIME_DIR", m_folder.path().native())})
             ::setenv(name, value.c_str(), 1);
-        // The machine's own services are not started on it.
+        // The machine's own services are not started on it, but those that a test puts into this folder.
+        std::filesystem::create_directory(m_folder / "services");
         writeFile(
             m_folder / "bus.conf",
             "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\" "
             "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
             "<busconfig><type>session</type><listen>unix:path=" +
-                socket("bus") +
-                "</listen><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+                socket("bus") + "</listen><servicedir>" + (m_folder / "services").native() +
+                "</servicedir><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
                 "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
         try {
             m_bus = std::make_unique<Companion>(

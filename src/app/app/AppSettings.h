@@ -50,6 +50,8 @@ inline const SettingRow<bool> panelShowsDiscipline{"panelShowsDiscipline", true}
 inline const SettingRow<bool> panelShowsLeq{"panelShowsLeq", true};
 inline const SettingRow<bool> panelShowsActiveSession{"panelShowsActiveSession", true};
 inline const SettingRow<bool> panelShowsToday{"panelShowsToday", true};
+inline const SettingRow<bool> focusFilterEnabled{"focusFilterEnabled", false};
+inline const SettingRow<std::string> focusFilterDAW{"focusFilterDAW", ""};
 
 } // namespace SettingRows
 
@@ -93,6 +95,10 @@ public:
     Setting<bool> panelShowsLeq = setting(SettingRows::panelShowsLeq);
     Setting<bool> panelShowsActiveSession = setting(SettingRows::panelShowsActiveSession);
     Setting<bool> panelShowsToday = setting(SettingRows::panelShowsToday);
+
+    /// Whether the desktop's Do Not Disturb starts and ends a session, and the label of that session.
+    Setting<bool> focusFilterEnabled = setting(SettingRows::focusFilterEnabled);
+    Setting<std::string> focusFilterDAW = setting(SettingRows::focusFilterDAW);
 
     /// Assigns what the store holds now under the keys that an import of another program's data
     /// writes, each with its effects. The first four only where the value differs from the present one.

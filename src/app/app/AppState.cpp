@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <app/AppState.h>
 
+#include <app/VelmorURLDispatcher.h>
+#include <app/VelmorURLSchemeHandler.h>
+
 #include <utility>
 
 namespace velmor {
@@ -35,6 +38,8 @@ AppState::AppState(const Host& host)
     , m_loop(host.loop)
     , m_calendar(host.calendar)
     , m_loginItem(host.loginItem)
+    , m_widgetSuite(host.widgetSuite)
+    , m_widgetCenter(host.widgetCenter)
 {
     setupSettings();
     settings.launchAtLogin = m_loginItem.isEnabled();
@@ -51,9 +56,13 @@ AppState::AppState(const Host& host)
         notifications.setupNotifications();
     startSPLFeed();
     scheduleMidnightReset();
+    writeWidgetSnapshot(false);
+    setupURLs(host);
     forwardChanges();
+    followForWidgets();
     if (dawDetection.isDAWRunning)
         dawDetection.onDAWLaunched(dawDetection.primaryDAWName());
+    writeWidgetSnapshot(true);
 }
 
 void AppState::setupSettings()
@@ -71,6 +80,11 @@ void AppState::setupSettings()
         doseCalculator.persistConservativeMode();
     };
     settings.launchAtLogin.afterWriting = [this](bool isWanted) { applyLaunchAtLogin(isWanted); };
+    // A Focus that nobody follows any more has no end: what it found must not meet the next one.
+    settings.focusFilterEnabled.afterWriting = [this](bool isEnabled) {
+        if (!isEnabled)
+            m_focusPreEnableSessionState.reset();
+    };
 }
 
 void AppState::setupDAWCallbacks()
@@ -89,6 +103,7 @@ void AppState::setupDoseCallbacks()
 {
     doseCalculator.onThresholdCrossed = [this](DoseLevel level) {
         notifications.sendThresholdNotification(level);
+        writeWidgetSnapshot(true);
     };
     doseCalculator.onPeakAlert = [this](double peakDBC) { notifications.sendPeakNotification(peakDBC); };
     doseCalculator.onInstantaneousPeakAlert = [this](double peakDBA) {
@@ -136,6 +151,29 @@ void AppState::setupAlertCallbacks()
     alertDetector.onOffTargetAlert = [this](const OffTargetAlertContext& context) {
         notifications.sendOffTargetNotification(context);
     };
+}
+
+void AppState::setupURLs(const Host& host)
+{
+    urlDispatcher = std::make_shared<VelmorURLDispatcher>(host.loop, host.workspace, weakReference());
+    auto handler = std::make_shared<VelmorURLSchemeHandler>(host.loop, urlDispatcher);
+    if (host.urlEvents)
+        handler->registerWith(*host.urlEvents);
+    urlHandler = std::move(handler);
+}
+
+// Both values are published in the middle of a change: the record is written when that is complete.
+void AppState::followForWidgets()
+{
+    const auto write = [this] { m_loop.post(m_lifetime.guarded([this] { writeWidgetSnapshot(true); })); };
+    m_subscriptions.push_back(pauseService.isPaused.subscribe([write](bool) { write(); }));
+    m_subscriptions.push_back(
+        referenceTracker.settings.subscribe([this, write](const ReferenceLevelSettings& reference) {
+            if (m_announcedReference == reference)
+                return;
+            m_announcedReference = reference;
+            write();
+        }));
 }
 
 void AppState::forwardChanges()

@@ -22,16 +22,22 @@
 #include <platform/DefaultsStore.h>
 #include <platform/LoginItem.h>
 #include <platform/NotificationCenter.h>
+#include <platform/URLEvents.h>
+#include <platform/WidgetCenter.h>
 #include <platform/Workspace.h>
 #include <sessions/SessionManager.h>
 #include <sessions/SessionStorage.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace velmor {
+
+class VelmorURLDispatcher;
+class VelmorURLSchemeHandler;
 
 /// What the hub asks of its host. Everything outlives the hub.
 struct Host
@@ -46,6 +52,11 @@ struct Host
     Workspace& workspace;
     SessionStorage sessionStorage;
     SessionManager::Bundle bundle = SessionManager::Bundle::none;
+
+    // Absent for a program that has no widgets, and that no URLs are opened with.
+    DefaultsStore* widgetSuite = nullptr;
+    WidgetCenter* widgetCenter = nullptr;
+    URLEvents* urlEvents = nullptr;
 };
 
 /// Whether a session was running when a Focus turned the program's filter on.
@@ -67,6 +78,12 @@ public:
     /// the next midnight. A workstation that is running already begins a session as one that starts does.
     explicit AppState(const Host& host);
 
+    /// For those who may outlive the hub, or ask for it while it is being destroyed.
+    std::weak_ptr<AppState> weakReference() const { return m_self; }
+
+    Date now() const { return m_loop.now(); }
+    const Calendar& calendar() const { return m_calendar; }
+
     AudioDeviceManager deviceManager;
     DoseCalculator doseCalculator;
     DAWDetectionService dawDetection;
@@ -79,6 +96,8 @@ public:
     AppSettings settings;
     AudioMeasurementService audioService;
     NotificationPolicy notifications;
+    std::shared_ptr<VelmorURLDispatcher> urlDispatcher;
+    std::shared_ptr<VelmorURLSchemeHandler> urlHandler;
 
     /// A session whose report window should open. Whoever opens it clears this.
     Published<std::optional<Uuid>> pendingReportSessionID{*this, {}};
@@ -107,7 +126,7 @@ public:
     /// matters.
     void endSession();
 
-    /// Ends a running session, for the end of the program: after that nothing begins or ends one any more.
+    /// Ends a running session, for the end of the program: after that nothing begins one any more.
     void endForGood();
 
     void requestOpenReport(const Session& session);
@@ -120,8 +139,16 @@ public:
 
     void captureFocusPreEnableSessionState(bool wasActive);
 
+    bool hasFocusPreEnableSessionState() const { return m_focusPreEnableSessionState.has_value(); }
+
     /// What was captured, once.
     std::optional<FocusPreEnableSessionState> consumeFocusPreEnableSessionState();
+
+    /// Brings the record that widgets draw from up to date. \param reload whether they are told.
+    void writeWidgetSnapshot(bool reload);
+
+    /// The label that widgets show for a reference level: "Mastering", "K-14", "K-12", "K-20", or "Custom".
+    static std::string shortPresetLabel(const std::string& presetID);
 
     /// The calendar that the hub was given answers for another time zone now.
     void timeZoneChanged() { scheduleMidnightReset(); }
@@ -137,6 +164,8 @@ private:
     void followInputDevices();
     void startMissingCapture();
     void setupAlertCallbacks();
+    void setupURLs(const Host& host);
+    void followForWidgets();
     void forwardChanges();
     void forwardChangesOf(ObservableObject& child);
     void applyLaunchAtLogin(bool isWanted);
@@ -154,6 +183,8 @@ private:
     MainLoop& m_loop;
     const Calendar& m_calendar;
     LoginItem& m_loginItem;
+    DefaultsStore* m_widgetSuite;
+    WidgetCenter* m_widgetCenter;
     std::optional<FocusPreEnableSessionState> m_focusPreEnableSessionState;
     std::int64_t m_splTickCounter = 0;
     Date m_lastTickTime;
@@ -162,8 +193,11 @@ private:
     Timer m_midnightResetTimer;
     Timer m_captureRetryTimer;
     bool m_hasChangeToAnnounce = false;
+    bool m_hasEnded = false;
+    std::optional<ReferenceLevelSettings> m_announcedReference; ///< What widgets were last told of.
     std::vector<Subscription> m_subscriptions;
     Lifetime m_lifetime;
+    std::shared_ptr<AppState> m_self{this, [](AppState*) {}}; ///< Owns nothing; gone before all else.
 };
 
 } // namespace velmor

@@ -10,6 +10,8 @@ namespace velmor {
 
 void AppState::startSession(const std::string& dawName)
 {
+    if (m_hasEnded)
+        return;
     sessionManager.startSession(dawName);
     doseCalculator.markSessionStart();
     referenceTracker.beginSession();
@@ -17,6 +19,7 @@ void AppState::startSession(const std::string& dawName)
     sessionManager.recordProgress(doseCalculator, referenceTracker.snapshotSummary());
     audioService.start();
     startReadingSampler();
+    writeWidgetSnapshot(true);
 }
 
 void AppState::manualStartSession()
@@ -38,15 +41,16 @@ void AppState::endSession()
     const auto& history = sessionManager.sessionHistory.get();
     const auto newest = history.empty() ? std::nullopt : std::optional(history.front().id);
     notifications.sendSessionRecapNotification(sessionDose, totalDose, newest);
+    writeWidgetSnapshot(true);
 }
 
 void AppState::endForGood()
 {
-    dawDetection.onDAWLaunched = nullptr;
     dawDetection.onAllDAWsQuit = nullptr;
     audioService.onDeviceDisconnected = nullptr;
     if (sessionManager.currentSession.get())
         endSession();
+    m_hasEnded = true;
 }
 
 void AppState::requestOpenReport(const Session& session)

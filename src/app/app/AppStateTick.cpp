@@ -7,6 +7,9 @@ namespace velmor {
 namespace {
 
 constexpr std::int64_t ticksPerAlertEvaluation = 10;
+constexpr std::int64_t ticksPerWidgetSnapshot = 50;
+/// The desktop may ration reloads; a record is cheap.
+constexpr std::int64_t ticksPerWidgetReload = 600;
 constexpr double readingSampleIntervalSeconds = 10.0;
 
 } // namespace
@@ -53,6 +56,8 @@ void AppState::tick()
         alertDetector.evaluate(m_loop.now(), spl, referenceTracker.settings.get().target,
                                leqStatistics.leq30min);
     }
+    if (m_splTickCounter % ticksPerWidgetSnapshot == 0)
+        writeWidgetSnapshot(m_splTickCounter % ticksPerWidgetReload == 0);
 }
 
 void AppState::startReadingSampler()
@@ -84,6 +89,7 @@ void AppState::performDailyReset()
     leqStatistics.reset();
     sessionManager.loadHistory();
     scheduleMidnightReset();
+    writeWidgetSnapshot(true);
 }
 
 } // namespace velmor

@@ -3,19 +3,11 @@
 
 #include <base/Date.h>
 #include <base/Observable.h>
+#include <exposure/PauseState.h>
 
 #include <optional>
 
 namespace velmor {
-
-/// Whether monitoring is paused, and until when.
-struct PauseState
-{
-    bool isPaused = false;
-    std::optional<Date> pauseUntil; ///< Absent for a pause without end, and while not paused.
-
-    bool operator==(const PauseState&) const = default;
-};
 
 /// Lets the user stop the accounting for a while without ending the session. Not kept over a restart.
 /// Has no timer: a pause ends when somebody next asks. Main thread.

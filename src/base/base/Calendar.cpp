@@ -16,6 +16,20 @@ namespace {
 constexpr Date earliestLocal = Date::min() + std::chrono::days(7);
 constexpr Date latestLocal = Date::max() - std::chrono::days(7);
 
+date::local_days localDay(const date::time_zone& zone, Date date)
+{
+    return date::floor<date::days>(zone.to_local(std::clamp(date, earliestLocal, latestLocal)));
+}
+
+Date begin(const date::time_zone& zone, date::local_days day)
+{
+    const auto midnight = date::local_seconds(day);
+    const date::local_info info = zone.get_info(midnight);
+    return info.result == date::local_info::nonexistent
+               ? info.first.end
+               : date::sys_seconds(midnight.time_since_epoch()) - info.first.offset;
+}
+
 } // namespace
 
 Calendar::Calendar(const date::time_zone& zone)
@@ -50,11 +64,12 @@ std::optional<Calendar> Calendar::inZone(std::string_view name)
 
 bool Calendar::isSameDay(Date a, Date b) const
 {
-    const auto dayOf = [this](Date date) {
-        const Date inReach = std::clamp(date, earliestLocal, latestLocal);
-        return date::floor<date::days>(m_zone->to_local(inReach));
-    };
-    return dayOf(a) == dayOf(b);
+    return localDay(*m_zone, a) == localDay(*m_zone, b);
+}
+
+Date Calendar::startOfDay(Date date) const
+{
+    return begin(*m_zone, localDay(*m_zone, date));
 }
 
 std::optional<Date> Calendar::nextMidnight(Date after) const
@@ -64,14 +79,9 @@ std::optional<Date> Calendar::nextMidnight(Date after) const
     const auto today = date::floor<date::days>(m_zone->to_local(after));
     // Where the clocks skip a whole day, tomorrow's and the next midnight are the same moment.
     for (int ahead = 1; ahead <= 2; ++ahead) {
-        const auto midnight = date::local_seconds(today + date::days(ahead));
-        const date::local_info info = m_zone->get_info(midnight);
-        const date::sys_seconds moment =
-            info.result == date::local_info::nonexistent
-                ? info.first.end
-                : date::sys_seconds(midnight.time_since_epoch()) - info.first.offset;
+        const Date moment = begin(*m_zone, today + date::days(ahead));
         if (moment > after)
-            return Date(moment);
+            return moment;
     }
     return std::nullopt;
 }

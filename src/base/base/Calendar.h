@@ -28,6 +28,10 @@ public:
     /// Whether both moments lie in the same local day.
     bool isSameDay(Date a, Date b) const;
 
+    /// The first moment of the local day that a moment lies in: midnight, or what follows where the clocks
+    /// skip it; of a midnight that comes twice the first.
+    Date startOfDay(Date date) const;
+
     /// The next local midnight after a moment. In a night whose midnight the clocks skip it is the
     /// moment after the gap; of a midnight that comes twice it is the first. Absent within a week of
     /// the end of time.

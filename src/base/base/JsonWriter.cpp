@@ -133,6 +133,12 @@ void JsonWriter::value(double number)
     m_text.append(digits, end);
 }
 
+void JsonWriter::null()
+{
+    beforeItem();
+    m_text += "null";
+}
+
 std::optional<std::string> JsonWriter::text() const&
 {
     return m_allFinite ? std::optional(m_text) : std::nullopt;

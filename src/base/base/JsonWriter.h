@@ -39,6 +39,7 @@ public:
     void value(bool flag);
     void value(std::int64_t number);
     void value(double number);
+    void null();
 
     template <typename Value>
     void member(std::string_view name, const Value& content)

@@ -2,12 +2,13 @@
 #include <linux/ApplicationInstance.h>
 
 #include <base/Print.h>
+#include <linux/ApplicationName.h>
+#include <linux/BusValues.h>
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QObject>
-#include <QStringList>
 #include <QVariantMap>
 
 #include <utility>
@@ -16,60 +17,63 @@ namespace velmor {
 
 namespace {
 
-const QString name = QStringLiteral("dev.brightfen.velmor");
-const QString objectPath = QStringLiteral("/dev/brightfen/velmor");
-const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
-
 constexpr int activationTimeoutMilliseconds = 2000;
 
 /// One that is just ending may still have the name, and answer no more.
 constexpr int tries = 3;
 
+std::string withCodedSpaces(const std::string& text)
+{
+    std::string result;
+    for (const char c : text) {
+        if (c == ' ')
+            result += "%20";
+        else
+            result += c;
+    }
+    return result;
+}
+
 } // namespace
 
-class ApplicationInstance::Service final : public QObject
+class ApplicationInstance::BusWatch final : public QObject
 {
     Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
 public:
-    explicit Service(Callbacks callbacks)
-        : m_callbacks(std::move(callbacks))
+    explicit BusWatch(std::function<void()> onBusLost)
+        : m_onBusLost(std::move(onBusLost))
     {}
 
 public slots:
-    // The names are the interface's own.
-    Q_SCRIPTABLE void Activate(const QVariantMap&) { m_callbacks.onActivate(); }
-    Q_SCRIPTABLE void Open(const QStringList&, const QVariantMap&) { m_callbacks.onActivate(); }
-    Q_SCRIPTABLE void ActivateAction(const QString&, const QVariantList&, const QVariantMap&)
-    {
-        m_callbacks.onActivate();
-    }
-
-    void busLost() { m_callbacks.onBusLost(); }
+    void busLost() { m_onBusLost(); }
 
 private:
-    Callbacks m_callbacks;
+    std::function<void()> m_onBusLost;
 };
 
 ApplicationInstance::ApplicationInstance(Callbacks callbacks)
-    : m_service(std::make_unique<Service>(std::move(callbacks)))
+    : m_callbacks(std::move(callbacks))
+    , m_object(ApplicationName::objectPath)
+    , m_busWatch(std::make_unique<BusWatch>(m_callbacks.onBusLost))
 {
+    m_object.offer(application());
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), m_service.get(),
-                SLOT(busLost()));
-    // The object comes first: whoever finds the name finds it too.
-    bus.registerObject(objectPath, m_service.get(), QDBusConnection::ExportScriptableSlots);
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                m_busWatch.get(), SLOT(busLost()));
+    // The object is there already: whoever finds the name finds it too.
+    const QString name = qText(ApplicationName::busName);
     for (int i = 0; i < tries; ++i) {
         if (bus.registerService(name)) {
             m_role = Role::first;
             return;
         }
-        QDBusMessage activate = QDBusMessage::createMethodCall(name, objectPath, applicationInterface,
-                                                               QStringLiteral("Activate"));
+        QDBusMessage activate =
+            QDBusMessage::createMethodCall(name, qText(ApplicationName::objectPath),
+                                           qText(ApplicationName::interface), QStringLiteral("Activate"));
         activate << QVariantMap();
         if (bus.call(activate, QDBus::Block, activationTimeoutMilliseconds).type() ==
             QDBusMessage::ReplyMessage) {
@@ -87,8 +91,40 @@ ApplicationInstance::ApplicationInstance(Callbacks callbacks)
 ApplicationInstance::~ApplicationInstance()
 {
     if (m_role == Role::first)
-        QDBusConnection::sessionBus().unregisterService(name);
-    QDBusConnection::sessionBus().unregisterObject(objectPath);
+        QDBusConnection::sessionBus().unregisterService(qText(ApplicationName::busName));
+}
+
+Subscription ApplicationInstance::onOpen(const std::function<void(const std::vector<std::string>&)>& callback)
+{
+    return m_opened.connect(callback);
+}
+
+BusInterface ApplicationInstance::application()
+{
+    BusMethod activate = {
+        "Activate", {{"platform_data", "a{sv}"}}, {}, [this](const BusValues&) -> BusValues {
+            m_callbacks.onActivate();
+            return {};
+        }};
+    BusMethod open = {"Open",
+                      {{"uris", "as"}, {"platform_data", "a{sv}"}},
+                      {},
+                      [this](const BusValues& arguments) -> BusValues {
+                          auto texts = std::get<std::vector<std::string>>(arguments[0]);
+                          for (std::string& text : texts)
+                              text = withCodedSpaces(text);
+                          m_opened(texts);
+                          return {};
+                      }};
+    BusMethod activateAction = {"ActivateAction",
+                                {{"action_name", "s"}, {"parameter", "av"}, {"platform_data", "a{sv}"}},
+                                {},
+                                [this](const BusValues& arguments) -> BusValues {
+                                    m_callbacks.onAction(std::get<std::string>(arguments[0]));
+                                    return {};
+                                }};
+    return {
+        ApplicationName::interface, {std::move(activate), std::move(open), std::move(activateAction)}, {}};
 }
 
 } // namespace velmor

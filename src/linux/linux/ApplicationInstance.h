@@ -1,14 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <linux/BusObject.h>
+#include <platform/URLEvents.h>
+
+#include <boost/signals2/signal.hpp>
+
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace velmor {
 
 /// The one running instance of the program, as the session bus knows it under dev.brightfen.velmor, with
-/// the interface org.freedesktop.Application. Needs Qt's event loop. Main thread.
-class ApplicationInstance
+/// the interface org.freedesktop.Application. Needs Qt's event loop, in whose turns the callbacks come. Main
+/// thread.
+class ApplicationInstance final : public URLEvents
 {
 public:
     enum class Role {
@@ -20,20 +28,33 @@ public:
 
     struct Callbacks
     {
-        std::function<void()> onActivate; ///< Somebody wants to see the program.
-        std::function<void()> onBusLost;  ///< The session bus has gone away.
+        std::function<void()> onActivate;                        ///< Somebody wants to see the program.
+        std::function<void(const std::string& action)> onAction; ///< One of its desktop entry's actions.
+        std::function<void()> onBusLost;                         ///< The session bus has gone away.
     };
 
     explicit ApplicationInstance(Callbacks callbacks);
-    ~ApplicationInstance();
+    ~ApplicationInstance() override;
     ApplicationInstance(const ApplicationInstance&) = delete;
     ApplicationInstance& operator=(const ApplicationInstance&) = delete;
 
     Role role() const { return m_role; }
 
+    /// A space, which some desktops decode before they hand a URL on, is taken for its percent code.
+    Subscription onOpen(const std::function<void(const std::vector<std::string>&)>& callback) override;
+
+    /// What else the program offers, under the same name.
+    BusObject& object() { return m_object; }
+
 private:
-    class Service;
-    std::unique_ptr<Service> m_service;
+    class BusWatch;
+
+    BusInterface application();
+
+    Callbacks m_callbacks;
+    boost::signals2::signal<void(const std::vector<std::string>&)> m_opened;
+    BusObject m_object;
+    std::unique_ptr<BusWatch> m_busWatch;
     Role m_role = Role::alone;
 };
 

@@ -2,6 +2,7 @@
 #include <linux/DesktopEntries.h>
 
 #include <base/FileText.h>
+#include <base/Text.h>
 #include <linux/KeyFile.h>
 #include <linux/ProgramName.h>
 

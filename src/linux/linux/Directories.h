@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 #include <system_error>
 #include <vector>
 
@@ -32,6 +33,9 @@ struct ProgramFolders
     std::filesystem::path defaults; ///< The defaults store.
 
     static ProgramFolders in(const BaseFolders& base);
+
+    /// The file of a defaults suite that other programs read too.
+    std::filesystem::path suite(const std::string& name) const { return defaults / (name + ".sqlite"); }
 };
 
 /// Makes the folder where it is missing. One that is there keeps its rights.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/ProcessWorkspace.h>
 
+#include <base/Text.h>
 #include <linux/ProgramName.h>
 #include <linux/WorkstationAliases.h>
 
@@ -45,6 +46,7 @@ ProcessWorkspace::ProcessWorkspace(DescriptorMainLoop& loop,
                                    const std::vector<std::filesystem::path>& dataFolders,
                                    const std::filesystem::path& processes)
     : m_loop(loop)
+    , m_opener(loop)
     , m_entries(dataFolders)
     , m_hasRealProcesses(processes == "/proc")
     , m_processes(::open(processes.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))

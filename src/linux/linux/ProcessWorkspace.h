@@ -4,6 +4,7 @@
 #include <linux/DescriptorMainLoop.h>
 #include <linux/DesktopEntries.h>
 #include <linux/ProcessInfo.h>
+#include <linux/UrlOpener.h>
 #include <platform/Workspace.h>
 
 #include <boost/signals2/signal.hpp>
@@ -44,6 +45,8 @@ public:
     Subscription onTermination(const std::function<void(const Application&)>& callback) override;
     std::optional<std::filesystem::path> applicationLocation(const std::string& bundleID) const override;
     std::optional<ApplicationIcon> icon(const std::filesystem::path& location) const override;
+
+    void open(const std::string& url) override { m_opener.open(url); }
 
     /// Looks for processes that have come and gone since the last time, as the timer does.
     void scan();
@@ -107,6 +110,7 @@ private:
     Application applicationWithID(const std::string& id) const;
 
     DescriptorMainLoop& m_loop;
+    UrlOpener m_opener;
     DesktopEntries m_entries;
     bool m_hasRealProcesses;
     int m_processes;              ///< Descriptor of the folder.

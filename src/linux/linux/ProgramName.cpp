@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/ProgramName.h>
 
+#include <base/Text.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -78,16 +80,6 @@ std::string_view baseName(std::string_view path)
     constexpr std::string_view windowsSeparators = "/\\";
     const auto separator = isWindowsProgram(path) ? path.find_last_of(windowsSeparators) : path.rfind('/');
     return separator == std::string_view::npos ? path : path.substr(separator + 1);
-}
-
-std::string lowerCase(std::string_view text)
-{
-    std::string lower(text);
-    for (char& c : lower) {
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    }
-    return lower;
 }
 
 bool isHelperName(std::string_view lowerCaseName)

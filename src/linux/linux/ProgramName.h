@@ -10,8 +10,6 @@ namespace velmor {
 /// The last part of a path; a backslash parts it too for a program of Windows.
 std::string_view baseName(std::string_view path);
 
-std::string lowerCase(std::string_view text);
-
 /// Whether a lower-case name is that of a part of a program rather than of the program: a plug-in scanner
 /// or host, a crash handler, an updater.
 bool isHelperName(std::string_view lowerCaseName);

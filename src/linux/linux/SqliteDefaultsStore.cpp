@@ -3,10 +3,12 @@
 
 #include <base/Print.h>
 #include <linux/DefaultsEncoding.h>
+#include <linux/SqliteDatabase.h>
 
 #include <sqlite3.h>
 
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -24,47 +26,8 @@ namespace {
 
 using Changes = std::map<std::string, std::optional<DefaultsValue>, std::less<>>;
 
-struct CloseDatabase
-{
-    void operator()(sqlite3* database) const { ::sqlite3_close_v2(database); }
-};
-using Database = std::unique_ptr<sqlite3, CloseDatabase>;
-
-struct FinalizeStatement
-{
-    void operator()(sqlite3_stmt* statement) const { ::sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
-
 /// How long a commit waits for another process that writes the same database.
 constexpr int busyTimeoutMilliseconds = 2000;
-
-Statement prepared(sqlite3* database, const char* sql)
-{
-    sqlite3_stmt* statement = nullptr;
-    ::sqlite3_prepare_v3(database, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
-    return Statement(statement);
-}
-
-DatabaseColumn columnOf(sqlite3_stmt* statement, int index)
-{
-    switch (::sqlite3_column_type(statement, index)) {
-    case SQLITE_INTEGER:
-        return std::int64_t(::sqlite3_column_int64(statement, index));
-    case SQLITE_FLOAT:
-        return ::sqlite3_column_double(statement, index);
-    case SQLITE_TEXT: {
-        const auto* text = reinterpret_cast<const char*>(::sqlite3_column_text(statement, index));
-        return std::string_view(text, static_cast<std::size_t>(::sqlite3_column_bytes(statement, index)));
-    }
-    case SQLITE_BLOB: {
-        const auto* bytes = static_cast<const std::byte*>(::sqlite3_column_blob(statement, index));
-        return std::span(bytes, static_cast<std::size_t>(::sqlite3_column_bytes(statement, index)));
-    }
-    default:
-        return std::monostate();
-    }
-}
 
 struct Binder
 {
@@ -261,9 +224,10 @@ std::filesystem::path setAside(const std::filesystem::path& file, Date now)
     return target;
 }
 
-/// Opens the store's file, setting a damaged one aside. Prints what went wrong.
-Opened openStore(const std::filesystem::path& file, Date now)
+/// Opens the store's file, setting a damaged one aside. Reports what went wrong.
+Opened openStore(const std::filesystem::path& file, Date now, SqliteDefaultsStore::Trouble trouble)
 {
+    const bool isPrinted = trouble == SqliteDefaultsStore::Trouble::printed;
     Opened opened;
     if (hasOrphanedLog(file)) {
         opened.resultCode = SQLITE_CORRUPT;
@@ -276,14 +240,18 @@ Opened openStore(const std::filesystem::path& file, Date now)
         opened.database.reset();
         const auto asideName = setAside(file, now);
         if (!asideName.empty()) {
-            printLine("Defaults store {} is damaged ({}) — set aside as {}", file.native(), damage,
-                      asideName.native());
+            if (isPrinted) {
+                printLine("Defaults store {} is damaged ({}) — set aside as {}", file.native(), damage,
+                          asideName.native());
+            }
             opened = openForWriting(file);
         }
     }
     if (!opened.succeeded()) {
-        printLine("Defaults store {} can't be written ({}) — settings are kept in memory", file.native(),
-                  opened.error);
+        if (isPrinted) {
+            printLine("Defaults store {} can't be written ({}) — settings are kept in memory", file.native(),
+                      opened.error);
+        }
         opened.database.reset();
         opened.values = openForReading(file).values;
     }
@@ -297,8 +265,10 @@ class SqliteDefaultsStore::Writer
 {
 public:
     /// \param database null where the file can't be written now: it is tried again with each change.
-    Writer(Database database, std::filesystem::path file)
-        : m_file(std::move(file))
+    Writer(MainLoop& loop, Database database, std::filesystem::path file, Trouble trouble)
+        : m_loop(loop)
+        , m_file(std::move(file))
+        , m_isPrinted(trouble == Trouble::printed)
         , m_isFailing(database == nullptr)
     {
         use(std::move(database));
@@ -325,6 +295,18 @@ public:
             ++m_added;
         }
         m_wake.notify_all();
+    }
+
+    /// Main thread. The task runs there once all that was added so far has been tried.
+    void whenTried(Task task)
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_tasks.emplace_back(m_added, std::move(task));
+            if (m_triedUpTo != m_added)
+                return;
+        }
+        postTasks();
     }
 
     /// Main thread. Returns when all that is not committed has been tried.
@@ -355,6 +337,19 @@ private:
                 m_waiting.merge(changes);
             m_triedUpTo = upTo;
             m_tried.notify_all();
+            lock.unlock();
+            postTasks();
+            lock.lock();
+        }
+    }
+
+    /// Hands the tasks whose time has come to the main thread. Any thread.
+    void postTasks()
+    {
+        const std::lock_guard lock(m_mutex);
+        while (!m_tasks.empty() && m_tasks.front().first <= m_triedUpTo) {
+            m_loop.post(std::move(m_tasks.front().second));
+            m_tasks.pop_front();
         }
     }
 
@@ -386,7 +381,7 @@ private:
         }
         const std::string error = ::sqlite3_errmsg(m_database.get());
         execute("ROLLBACK");
-        if (!std::exchange(m_isFailing, true))
+        if (!std::exchange(m_isFailing, true) && m_isPrinted)
             printLine("Defaults store {} can't be written ({}) — settings are kept in memory",
                       m_file.native(), error);
         return false;
@@ -421,7 +416,9 @@ private:
         return ::sqlite3_exec(m_database.get(), sql, nullptr, nullptr, nullptr) == SQLITE_OK;
     }
 
+    MainLoop& m_loop;
     const std::filesystem::path m_file;
+    const bool m_isPrinted;
     Database m_database;
     Statement m_upsert;
     Statement m_delete;
@@ -431,18 +428,19 @@ private:
     std::condition_variable m_wake;
     std::condition_variable m_tried;
     Changes m_waiting;
+    std::deque<std::pair<std::uint64_t, Task>> m_tasks; ///< By how much must have been tried.
     std::uint64_t m_added = 0;
     std::uint64_t m_triedUpTo = 0;
     bool m_ends = false;
     std::thread m_thread;
 };
 
-SqliteDefaultsStore::SqliteDefaultsStore(MainLoop& loop, std::filesystem::path file)
+SqliteDefaultsStore::SqliteDefaultsStore(MainLoop& loop, std::filesystem::path file, Trouble trouble)
     : m_loop(loop)
 {
-    Opened opened = openStore(file, loop.now());
+    Opened opened = openStore(file, loop.now(), trouble);
     m_values = MemoryDefaultsStore(std::move(opened.values));
-    m_writer = std::make_unique<Writer>(std::move(opened.database), std::move(file));
+    m_writer = std::make_unique<Writer>(loop, std::move(opened.database), std::move(file), trouble);
 }
 
 SqliteDefaultsStore::~SqliteDefaultsStore()
@@ -469,6 +467,12 @@ void SqliteDefaultsStore::remove(std::string_view key)
         return;
     m_values.remove(key);
     change(key, std::nullopt);
+}
+
+void SqliteDefaultsStore::whenWritten(Task task)
+{
+    handOver();
+    m_writer->whenTried(std::move(task));
 }
 
 void SqliteDefaultsStore::flush()

@@ -23,8 +23,11 @@ namespace velmor {
 class SqliteDefaultsStore final : public DefaultsStore
 {
 public:
+    /// Whether what goes wrong is printed.
+    enum class Trouble { printed, kept };
+
     /// Reads the file, or creates it; its folder must exist.
-    SqliteDefaultsStore(MainLoop& loop, std::filesystem::path file);
+    SqliteDefaultsStore(MainLoop& loop, std::filesystem::path file, Trouble trouble = Trouble::printed);
 
     /// Commits what is left, as flush().
     ~SqliteDefaultsStore() override;
@@ -32,6 +35,10 @@ public:
     std::optional<DefaultsValue> value(std::string_view key) const override;
     void set(std::string_view key, DefaultsValue value) override;
     void remove(std::string_view key) override;
+
+    /// Runs the task in a later turn of the loop, once every change so far is committed, or has failed to be:
+    /// other processes see it then.
+    void whenWritten(Task task);
 
     /// Waits until every change so far is committed, or has failed once more to be. For the end of the
     /// program; otherwise nobody waits for the disk.

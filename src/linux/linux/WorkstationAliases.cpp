@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/WorkstationAliases.h>
 
+#include <base/Text.h>
 #include <linux/ProgramName.h>
 
 #include <algorithm>

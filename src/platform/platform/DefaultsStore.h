@@ -26,21 +26,14 @@ using DefaultsDictionary = std::map<std::string, std::string, std::less<>>;
 using DefaultsValue =
     std::variant<bool, std::int64_t, double, std::string, DefaultsData, Date, DefaultsDictionary>;
 
-/// The user's settings and small persistent state, by key. A key that is missing differs from every
-/// stored value. Main thread.
-class DefaultsStore
+/// Values by key, for those who only look. A key that is missing differs from every stored value.
+class DefaultsReader
 {
 public:
-    virtual ~DefaultsStore() = default;
+    virtual ~DefaultsReader() = default;
 
     /// The value under the key; absent if there is none.
     virtual std::optional<DefaultsValue> value(std::string_view key) const = 0;
-
-    /// Visible to value() at once.
-    virtual void set(std::string_view key, DefaultsValue value) = 0;
-
-    /// Does nothing if there is no such key.
-    virtual void remove(std::string_view key) = 0;
 
     /// The value under the key if it has exactly that type, else absent.
     template <typename Type>
@@ -50,6 +43,17 @@ public:
         const Type* typed = stored ? std::get_if<Type>(&*stored) : nullptr;
         return typed ? std::optional<Type>(*typed) : std::nullopt;
     }
+};
+
+/// The user's settings and small persistent state. Main thread.
+class DefaultsStore : public DefaultsReader
+{
+public:
+    /// Visible to value() at once.
+    virtual void set(std::string_view key, DefaultsValue value) = 0;
+
+    /// Does nothing if there is no such key.
+    virtual void remove(std::string_view key) = 0;
 };
 
 /// The number if it is finite and above 0, for settings to which 0 and less mean that they aren't there.

@@ -53,6 +53,10 @@ public:
 
     /// The icon of what applicationLocation() gave; absent where it has none.
     virtual std::optional<ApplicationIcon> icon(const std::filesystem::path& location) const = 0;
+
+    /// Has the program that is there for such URLs open this one. Nobody is told how that went. URLs are
+    /// opened in the order of the calls.
+    virtual void open(const std::string& url) = 0;
 };
 
 /// For programs that don't look at others.
@@ -68,6 +72,7 @@ public:
         return std::nullopt;
     }
     std::optional<ApplicationIcon> icon(const std::filesystem::path&) const override { return std::nullopt; }
+    void open(const std::string&) override {}
 };
 
 } // namespace velmor

@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+/// Under which the session bus knows the program.
+namespace velmor::ApplicationName {
+
+inline constexpr auto busName = "dev.brightfen.velmor";
+inline constexpr auto objectPath = "/dev/brightfen/velmor";
+inline constexpr auto interface = "org.freedesktop.Application";
+
+} // namespace velmor::ApplicationName

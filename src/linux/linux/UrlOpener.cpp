@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <linux/UrlOpener.h>
+
+#include <base/Print.h>
+#include <linux/ProgramStart.h>
+
+#include <utility>
+
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace velmor {
+
+namespace {
+
+/// On a desktop that it doesn't know, xdg-open lives as long as the program that it has started: the next
+/// URL does not wait for that.
+constexpr double patienceSeconds = 2.0;
+
+} // namespace
+
+UrlOpener::UrlOpener(DescriptorMainLoop& loop, std::string program)
+    : m_loop(loop)
+    , m_program(std::move(program))
+{}
+
+void UrlOpener::open(const std::string& url)
+{
+    if (m_waiting.size() >= longestQueue) {
+        printLine("too many URLs to open at once — {} dropped", url);
+        return;
+    }
+    m_waiting.push_back(url);
+    if (m_current == 0)
+        startNext();
+}
+
+void UrlOpener::startNext()
+{
+    while (!m_waiting.empty() && m_current == 0) {
+        const std::string url = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        const auto id = startProgram({m_program, url});
+        if (!id)
+            continue;
+        Child& child = m_children[*id];
+        // Close-on-exec by itself. Where it fails the patience ends the wait.
+        const auto descriptor = static_cast<int>(::syscall(SYS_pidfd_open, *id, 0U));
+        if (descriptor >= 0) {
+            child.descriptor = std::shared_ptr<void>(nullptr, [descriptor](void*) { ::close(descriptor); });
+            child.exitWatch = m_loop.watch(descriptor, [this, id = *id] { reap(id); });
+        }
+        m_current = *id;
+        m_patience = m_loop.every(patienceSeconds, [this] { goOn(); });
+    }
+}
+
+void UrlOpener::goOn()
+{
+    const Timer last = std::move(m_patience);
+    m_current = 0;
+    std::erase_if(m_children, [](const auto& child) {
+        return !child.second.exitWatch && ::waitpid(child.first, nullptr, WNOHANG) != 0;
+    });
+    startNext();
+}
+
+void UrlOpener::reap(pid_t id)
+{
+    ::waitpid(id, nullptr, WNOHANG);
+    m_children.erase(id);
+    if (id == m_current)
+        goOn();
+}
+
+} // namespace velmor

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Client.h"
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStringList>
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <string>
+
+namespace {
+
+using namespace velmor;
+
+constexpr const char* intents = "dev.brightfen.velmor.Intents1";
+constexpr const char* focusFilter = "dev.brightfen.velmor.FocusFilter1";
+
+/// What the command line asks for.
+struct Wanted
+{
+    std::function<ExitStatus()> command;
+    bool isJson = false;
+    std::string name;
+    std::int64_t minutes = 0;
+};
+
+/// \return whether there is still somebody who reads.
+bool print(const std::string& line)
+{
+    fmt::print("{}\n", line);
+    return std::fflush(stdout) == 0;
+}
+
+std::string json(const QVariantMap& values)
+{
+    return QJsonDocument(QJsonObject::fromVariantMap(values)).toJson(QJsonDocument::Compact).toStdString();
+}
+
+/// Says in which state the command has ended, and what came of it.
+ExitStatus finish(const Answer& answer, const Wanted& wanted,
+                  const std::function<std::string(const QVariantMap&)>& inWords)
+{
+    if (answer.status != ExitStatus::done) {
+        fmt::print(stderr, "velmorctl: {}\n", answer.error);
+        return answer.status;
+    }
+    const std::string text = wanted.isJson ? json(answer.results) : inWords(answer.results);
+    if (!text.empty())
+        print(text);
+    return ExitStatus::done;
+}
+
+std::string dialog(const QVariantMap& results)
+{
+    return results.value(QStringLiteral("dialog")).toString().toStdString();
+}
+
+std::string shortcutTable(const QVariantMap& results)
+{
+    std::string table;
+    for (const QVariant& row : results.value(QStringLiteral("shortcuts")).toList()) {
+        const QVariantMap shortcut = row.toMap();
+        table += fmt::format("{}{}: {}", table.empty() ? "" : "\n",
+                             shortcut.value(QStringLiteral("shortTitle")).toString().toStdString(),
+                             shortcut.value(QStringLiteral("phrases"))
+                                 .toStringList()
+                                 .join(QStringLiteral(" / "))
+                                 .toStdString());
+    }
+    return table;
+}
+
+std::string focusState(const QVariantMap& results)
+{
+    return fmt::format("{}, {}", results.value(QStringLiteral("enabled")).toBool() ? "on" : "off",
+                       results.value(QStringLiteral("display")).toString().toStdString());
+}
+
+/// An em dash stands for a level that isn't measured.
+std::string level(const QVariantMap& levels, const char* key, const char* unit)
+{
+    const QVariant value = levels.value(QString::fromLatin1(key));
+    return value.isValid() ? fmt::format("{:.1f} {}", value.toDouble(), unit) : fmt::format("— {}", unit);
+}
+
+std::string levelLine(const QVariantMap& levels)
+{
+    const bool isRunning = levels.value(QStringLiteral("running")).toBool();
+    const bool isPaused = levels.value(QStringLiteral("paused")).toBool();
+    const std::string zone = levels.value(QStringLiteral("zone")).toString().toStdString();
+    std::string line =
+        fmt::format("{}, {}, peak {}, {}, dose {:.1f}% ({})", level(levels, "dBA", "dBA"),
+                    level(levels, "dBC", "dBC"), level(levels, "peakDBA", "dBA"),
+                    level(levels, "peakDBC", "dBC"), levels.value(QStringLiteral("dosePercent")).toDouble(),
+                    levels.value(QStringLiteral("doseLevel")).toString().toStdString());
+    if (!zone.empty())
+        line += ", " + zone;
+    if (isPaused)
+        line += ", paused";
+    if (!isRunning)
+        line += ", not measuring";
+    return line;
+}
+
+ExitStatus watch(const Wanted& wanted)
+{
+    bool isRead = true;
+    const Answer answer = followLevels([&](const QVariantMap& levels) {
+        isRead = print(wanted.isJson ? json(levels) : levelLine(levels));
+        if (!isRead)
+            QCoreApplication::quit();
+    });
+    return isRead ? finish(answer, wanted, dialog) : ExitStatus::done;
+}
+
+ExitStatus callAndSay(const Method& method, const Wanted& wanted, const QVariantList& arguments = {})
+{
+    return finish(call(method, arguments), wanted, dialog);
+}
+
+/// Sets what was given and says what holds now.
+ExitStatus setFocus(bool isEnabled, const Wanted& wanted)
+{
+    Answer answer;
+    if (!wanted.name.empty())
+        answer = call({focusFilter, "SetDAW"}, {QString::fromStdString(wanted.name)});
+    if (answer.status == ExitStatus::done)
+        answer = call({focusFilter, "SetEnabled"}, {isEnabled});
+    if (answer.status == ExitStatus::done)
+        answer = call({focusFilter, "GetSettings"});
+    return finish(answer, wanted, focusState);
+}
+
+void describe(CLI::App& program, Wanted& wanted)
+{
+    program.require_subcommand(1);
+    program.fallthrough();
+    program.set_help_all_flag("--help-all", "Print the help of all commands too");
+    program.add_flag("--json", wanted.isJson, "Print the answer as one JSON object a line");
+
+    const auto command = [&wanted](CLI::App& parent, const char* name, const char* help,
+                                   const std::function<ExitStatus()>& run) {
+        CLI::App* made = parent.add_subcommand(name, help);
+        made->final_callback([&wanted, run, made] {
+            if (made->get_subcommands().empty())
+                wanted.command = run;
+        });
+        return made;
+    };
+    const auto simple = [&](CLI::App& parent, const char* name, const char* help, const char* method) {
+        return command(parent, name, help, [&wanted, method] { return callAndSay({intents, method}, wanted); });
+    };
+
+    simple(program, "spl", "The level of this moment", "GetCurrentSPL");
+    simple(program, "dose", "Today's noise dose", "GetTodaysDose");
+    simple(program, "stats", "The streak and the last week", "GetMonitoringStats");
+    CLI::App* session = program.add_subcommand("session", "Start or end a session");
+    session->require_subcommand(1);
+    command(*session, "start", "Start a session",
+            [&wanted] {
+                return callAndSay({intents, "StartMixingSession"}, wanted,
+                                  {QString::fromStdString(wanted.name)});
+            })
+        ->add_option("NAME", wanted.name, "A label for it; Manual if none is given");
+    simple(*session, "end", "End the running session", "EndMixingSession");
+    command(program, "pause", "Pause the accounting",
+            [&wanted] {
+                return callAndSay({intents, "PauseMonitoring"}, wanted,
+                                  {QVariant::fromValue<qlonglong>(wanted.minutes)});
+            })
+        ->add_option("MINUTES", wanted.minutes, "1 to 1440; without end if none are given");
+    simple(program, "resume", "Go on with the accounting", "ResumeMonitoring");
+    command(program, "watch", "Follow the levels, a line for each change", [&wanted] { return watch(wanted); });
+    command(program, "shortcuts", "The phrases that the desktop's search answers", [&wanted] {
+        return finish(call({intents, "ListShortcuts"}), wanted, shortcutTable);
+    });
+    CLI::App* focus = command(program, "focus", "Whether Do Not Disturb starts and ends a session", [&wanted] {
+        return finish(call({focusFilter, "GetSettings"}), wanted, focusState);
+    });
+    command(*focus, "on", "Let it", [&wanted] { return setFocus(true, wanted); })
+        ->add_option("NAME", wanted.name, "A label for the session; the one before if none is given");
+    command(*focus, "off", "Don't let it", [&wanted] { return setFocus(false, wanted); });
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    CLI::App program("Talks to the running Velmor.");
+    Wanted wanted;
+    describe(program, wanted);
+    try {
+        program.parse(argumentCount, arguments);
+    } catch (const CLI::Error& error) {
+        return program.exit(error) == 0 ? 0 : static_cast<int>(ExitStatus::invalidArgument);
+    }
+    const QCoreApplication application(argumentCount, arguments);
+    const ExitStatus status = wanted.command();
+    // Without the end of Qt's static objects: its bus thread may be using them.
+    std::fflush(nullptr);
+    std::_Exit(static_cast<int>(status));
+}
