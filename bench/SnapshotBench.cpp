@@ -30,8 +30,9 @@ void snapshot(benchmark::State& state, const char* zone, int sessionCount)
     AppState hub(described);
     hub.sessionManager.sessionHistory.update([&](auto& history) {
         for (int i = 0; i < sessionCount; ++i) {
-            history.push_back(test::sampleSession(
-                test::moment("2026-12-31T20:00:00Z") - std::chrono::minutes(288 * i), 1, static_cast<unsigned>(i)));
+            history.push_back(
+                test::sampleSession(test::moment("2026-12-31T20:00:00Z") - std::chrono::minutes(288 * i), 1,
+                                    static_cast<unsigned>(i)));
             // All days go on with the streak: the longest way.
             history.back().doseAccumulated = 1;
         }

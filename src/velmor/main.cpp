@@ -25,6 +25,7 @@
 #include <linux/RunningInstance.h>
 #include <linux/SearchService.h>
 #include <linux/SqliteDefaultsStore.h>
+#include <linux/StandardStreams.h>
 #include <linux/TimeZoneWatch.h>
 
 #include <CLI/CLI.hpp>
@@ -40,9 +41,6 @@
 #include <string>
 #include <system_error>
 #include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -82,18 +80,6 @@ private:
 
     static inline Doorbell* s_bell = nullptr;
 };
-
-/// Started with its standard streams closed, the program would take its own files for them. A reader of
-/// its lines that has gone away must not end it.
-void prepareStandardStreams()
-{
-    int descriptor = 0;
-    do
-        descriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    ::close(descriptor);
-    std::signal(SIGPIPE, SIG_IGN);
-}
 
 void create(const std::filesystem::path& folder)
 {
@@ -193,6 +179,9 @@ int runDesktop()
     const int status = QCoreApplication::exec();
     hub.endForGood();
     widgetCenter.flush();
+    // All is kept: another instance may begin while this one says its last words.
+    defaults.flush();
+    instance.giveUpName();
     notificationCenter.flush(lastNotificationSeconds);
     return status;
 }

@@ -38,6 +38,9 @@ constexpr std::array namedErrors = {
     NamedError{"org.freedesktop.DBus.Error.ServiceUnknown", ExitStatus::appNotReady},
     NamedError{"org.freedesktop.DBus.Error.NoReply", ExitStatus::appNotReady},
     NamedError{"org.freedesktop.DBus.Error.Disconnected", ExitStatus::appNotReady},
+    NamedError{"org.freedesktop.DBus.Error.NameHasNoOwner", ExitStatus::appNotReady},
+    NamedError{"org.freedesktop.DBus.Error.Timeout", ExitStatus::appNotReady},
+    NamedError{"org.freedesktop.DBus.Error.TimedOut", ExitStatus::appNotReady},
 };
 
 QDBusMessage message(const char* interface, const char* method)
@@ -52,6 +55,9 @@ Answer failure(const QDBusMessage& reply)
     if (reply.errorName() == QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"))
         return {ExitStatus::appNotReady, "Velmor isn't running.", {}};
     Answer answer = {ExitStatus::failed, reply.errorMessage().toStdString(), {}};
+    // An instance that the bus could not start.
+    if (reply.errorName().startsWith(QStringLiteral("org.freedesktop.DBus.Error.Spawn.")))
+        answer.status = ExitStatus::appNotReady;
     for (const NamedError& error : namedErrors) {
         if (reply.errorName() == QString::fromLatin1(error.name))
             answer.status = error.status;
@@ -59,13 +65,11 @@ Answer failure(const QDBusMessage& reply)
     return answer;
 }
 
-/// The names of what a method gives back, as the object describes itself.
-QStringList resultNames(const Method& method)
+/// The names of what a method gives back, in a description of its object.
+QStringList resultNames(const Method& method, const QString& description)
 {
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(
-        message("org.freedesktop.DBus.Introspectable", "Introspect"), QDBus::Block, answerMilliseconds);
     QStringList names;
-    QXmlStreamReader xml(reply.arguments().value(0).toString());
+    QXmlStreamReader xml(description);
     QString interface;
     QString member;
     while (!xml.atEnd()) {
@@ -127,15 +131,23 @@ QVariant unpacked(const QVariant& value)
 
 Answer call(const Method& method, const QVariantList& arguments)
 {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    // First, so that nothing is done whose answer could not be read.
+    const QDBusMessage description = bus.call(message("org.freedesktop.DBus.Introspectable", "Introspect"),
+                                              QDBus::Block, answerMilliseconds);
+    if (description.type() != QDBusMessage::ReplyMessage)
+        return failure(description);
     QDBusMessage request = message(method.interface, method.name);
     request.setArguments(arguments);
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(request, QDBus::Block, answerMilliseconds);
+    const QDBusMessage reply = bus.call(request, QDBus::Block, answerMilliseconds);
     if (reply.type() != QDBusMessage::ReplyMessage)
         return failure(reply);
-    Answer answer;
+    const QStringList names = resultNames(method, description.arguments().value(0).toString());
     const QVariantList values = reply.arguments();
-    const QStringList names = values.empty() ? QStringList() : resultNames(method);
-    for (qsizetype i = 0; i < values.size() && i < names.size(); ++i)
+    if (values.size() != names.size())
+        return {ExitStatus::failed, "The running Velmor is of another version.", {}};
+    Answer answer;
+    for (qsizetype i = 0; i < values.size(); ++i)
         answer.results.insert(names[i], unpacked(values[i]));
     return answer;
 }
@@ -144,9 +156,9 @@ Answer followLevels(const std::function<void(const QVariantMap&)>& onLevels)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     Listener listener(onLevels);
-    bus.connect(QString::fromLatin1(ApplicationName::busName), QString::fromLatin1(ApplicationName::objectPath),
-                QString::fromLatin1(liveInterface), QStringLiteral("Levels"), &listener,
-                SLOT(levels(QVariantMap)));
+    bus.connect(QString::fromLatin1(ApplicationName::busName),
+                QString::fromLatin1(ApplicationName::objectPath), QString::fromLatin1(liveInterface),
+                QStringLiteral("Levels"), &listener, SLOT(levels(QVariantMap)));
     const QDBusServiceWatcher watcher(QString::fromLatin1(ApplicationName::busName), bus,
                                       QDBusServiceWatcher::WatchForUnregistration);
     QObject::connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, &listener,
@@ -154,7 +166,8 @@ Answer followLevels(const std::function<void(const QVariantMap&)>& onLevels)
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), qApp,
                 SLOT(quit()));
-    const QDBusMessage reply = bus.call(message(liveInterface, "Subscribe"), QDBus::Block, answerMilliseconds);
+    const QDBusMessage reply =
+        bus.call(message(liveInterface, "Subscribe"), QDBus::Block, answerMilliseconds);
     if (reply.type() != QDBusMessage::ReplyMessage)
         return failure(reply);
     QCoreApplication::exec();

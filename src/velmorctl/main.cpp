@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Client.h"
 
+#include <linux/StandardStreams.h>
+
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -8,10 +10,13 @@
 #include <QStringList>
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace {
@@ -26,20 +31,20 @@ struct Wanted
 {
     std::function<ExitStatus()> command;
     bool isJson = false;
-    std::string name;
+    std::optional<std::string> name;
     std::int64_t minutes = 0;
 };
-
-/// \return whether there is still somebody who reads.
-bool print(const std::string& line)
-{
-    fmt::print("{}\n", line);
-    return std::fflush(stdout) == 0;
-}
 
 std::string json(const QVariantMap& values)
 {
     return QJsonDocument(QJsonObject::fromVariantMap(values)).toJson(QJsonDocument::Compact).toStdString();
+}
+
+/// What was asked for is done, but nobody has read so.
+ExitStatus unprinted()
+{
+    fmt::print(stderr, "velmorctl: {}\n", std::strerror(errno));
+    return ExitStatus::failed;
 }
 
 /// Says in which state the command has ended, and what came of it.
@@ -51,9 +56,7 @@ ExitStatus finish(const Answer& answer, const Wanted& wanted,
         return answer.status;
     }
     const std::string text = wanted.isJson ? json(answer.results) : inWords(answer.results);
-    if (!text.empty())
-        print(text);
-    return ExitStatus::done;
+    return text.empty() || writeLine(text) ? ExitStatus::done : unprinted();
 }
 
 std::string dialog(const QVariantMap& results)
@@ -110,13 +113,20 @@ std::string levelLine(const QVariantMap& levels)
 
 ExitStatus watch(const Wanted& wanted)
 {
-    bool isRead = true;
+    int writeError = 0;
     const Answer answer = followLevels([&](const QVariantMap& levels) {
-        isRead = print(wanted.isJson ? json(levels) : levelLine(levels));
-        if (!isRead)
-            QCoreApplication::quit();
+        if (writeError != 0 || writeLine(wanted.isJson ? json(levels) : levelLine(levels)))
+            return;
+        writeError = errno;
+        QCoreApplication::quit();
     });
-    return isRead ? finish(answer, wanted, dialog) : ExitStatus::done;
+    if (writeError == 0)
+        return finish(answer, wanted, dialog);
+    // Whoever has read the levels has had enough of them.
+    if (writeError == EPIPE)
+        return ExitStatus::done;
+    errno = writeError;
+    return unprinted();
 }
 
 ExitStatus callAndSay(const Method& method, const Wanted& wanted, const QVariantList& arguments = {})
@@ -128,8 +138,8 @@ ExitStatus callAndSay(const Method& method, const Wanted& wanted, const QVariant
 ExitStatus setFocus(bool isEnabled, const Wanted& wanted)
 {
     Answer answer;
-    if (!wanted.name.empty())
-        answer = call({focusFilter, "SetDAW"}, {QString::fromStdString(wanted.name)});
+    if (wanted.name)
+        answer = call({focusFilter, "SetDAW"}, {QString::fromStdString(*wanted.name)});
     if (answer.status == ExitStatus::done)
         answer = call({focusFilter, "SetEnabled"}, {isEnabled});
     if (answer.status == ExitStatus::done)
@@ -154,7 +164,9 @@ void describe(CLI::App& program, Wanted& wanted)
         return made;
     };
     const auto simple = [&](CLI::App& parent, const char* name, const char* help, const char* method) {
-        return command(parent, name, help, [&wanted, method] { return callAndSay({intents, method}, wanted); });
+        return command(parent, name, help, [&wanted, method] {
+            return callAndSay({intents, method}, wanted);
+        });
     };
 
     simple(program, "spl", "The level of this moment", "GetCurrentSPL");
@@ -162,29 +174,28 @@ void describe(CLI::App& program, Wanted& wanted)
     simple(program, "stats", "The streak and the last week", "GetMonitoringStats");
     CLI::App* session = program.add_subcommand("session", "Start or end a session");
     session->require_subcommand(1);
-    command(*session, "start", "Start a session",
-            [&wanted] {
-                return callAndSay({intents, "StartMixingSession"}, wanted,
-                                  {QString::fromStdString(wanted.name)});
-            })
-        ->add_option("NAME", wanted.name, "A label for it; Manual if none is given");
+    command(*session, "start", "Start a session", [&wanted] {
+        return callAndSay({intents, "StartMixingSession"}, wanted,
+                          {QString::fromStdString(wanted.name.value_or(""))});
+    })->add_option("NAME", wanted.name, "A label for it; Manual if none is given");
     simple(*session, "end", "End the running session", "EndMixingSession");
-    command(program, "pause", "Pause the accounting",
-            [&wanted] {
-                return callAndSay({intents, "PauseMonitoring"}, wanted,
-                                  {QVariant::fromValue<qlonglong>(wanted.minutes)});
-            })
-        ->add_option("MINUTES", wanted.minutes, "1 to 1440; without end if none are given");
+    command(program, "pause", "Pause the accounting", [&wanted] {
+        return callAndSay({intents, "PauseMonitoring"}, wanted,
+                          {QVariant::fromValue<qlonglong>(wanted.minutes)});
+    })->add_option("MINUTES", wanted.minutes, "1 to 1440; without end if none are given");
     simple(program, "resume", "Go on with the accounting", "ResumeMonitoring");
-    command(program, "watch", "Follow the levels, a line for each change", [&wanted] { return watch(wanted); });
+    command(program, "watch", "Follow the levels, a line for each change",
+            [&wanted] { return watch(wanted); });
     command(program, "shortcuts", "The phrases that the desktop's search answers", [&wanted] {
         return finish(call({intents, "ListShortcuts"}), wanted, shortcutTable);
     });
-    CLI::App* focus = command(program, "focus", "Whether Do Not Disturb starts and ends a session", [&wanted] {
-        return finish(call({focusFilter, "GetSettings"}), wanted, focusState);
-    });
-    command(*focus, "on", "Let it", [&wanted] { return setFocus(true, wanted); })
-        ->add_option("NAME", wanted.name, "A label for the session; the one before if none is given");
+    CLI::App* focus =
+        command(program, "focus", "Whether Do Not Disturb starts and ends a session", [&wanted] {
+            return finish(call({focusFilter, "GetSettings"}), wanted, focusState);
+        });
+    command(*focus, "on", "Let it", [&wanted] {
+        return setFocus(true, wanted);
+    })->add_option("NAME", wanted.name, "A label for the session; the one before if none is given");
     command(*focus, "off", "Don't let it", [&wanted] { return setFocus(false, wanted); });
 }
 
@@ -192,6 +203,7 @@ void describe(CLI::App& program, Wanted& wanted)
 
 int main(int argumentCount, char** arguments)
 {
+    prepareStandardStreams();
     CLI::App program("Talks to the running Velmor.");
     Wanted wanted;
     describe(program, wanted);

@@ -6,18 +6,16 @@
 #include <linux/Directories.h>
 #include <linux/QtMainLoop.h>
 #include <linux/SqliteDefaultsReader.h>
+#include <linux/StandardStreams.h>
 #include <widget/WidgetLine.h>
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QObject>
-#include <fmt/format.h>
 
-#include <csignal>
-#include <cstdio>
+#include <cerrno>
 #include <cstdlib>
-#include <string>
 
 namespace {
 
@@ -44,31 +42,24 @@ public:
     {}
 
 public slots:
-    /// Reads the record and prints its line.
+    /// Reads the record and prints its line, and again when the record makes another one.
     void show()
     {
-        m_snapshot = m_wanted.isSample ? VelmorWidgetSnapshot::sample(m_loop.now())
-                                       : VelmorWidgetSnapshot::load(m_suite);
-        print();
+        const Calendar calendar = Calendar::current();
+        const VelmorWidgetSnapshot snapshot = m_wanted.isSample ? VelmorWidgetSnapshot::sample(m_loop.now())
+                                                                : VelmorWidgetSnapshot::load(m_suite);
+        const WidgetLine line(snapshot, calendar, m_loop.now());
+        // A bar that has gone away needs no more of them.
+        if (!writeLine(m_wanted.isJson ? line.json() : line.text()))
+            std::exit(m_wanted.isWatch && errno == EPIPE ? EXIT_SUCCESS : EXIT_FAILURE);
+        const auto until = line.validUntil();
+        m_change = until ? m_loop.at(*until, [this] { show(); }) : nullptr;
     }
 
 private:
-    void print()
-    {
-        const Calendar calendar = Calendar::current();
-        const WidgetLine line(m_snapshot, calendar, m_loop.now());
-        fmt::print("{}\n", m_wanted.isJson ? line.json() : line.text());
-        // Nobody reads any more: the bar has gone.
-        if (std::fflush(stdout) != 0)
-            std::exit(EXIT_SUCCESS);
-        const auto until = line.validUntil();
-        m_change = until ? m_loop.at(*until, [this] { print(); }) : nullptr;
-    }
-
     MainLoop& m_loop;
     const DefaultsReader& m_suite;
     const Wanted& m_wanted;
-    VelmorWidgetSnapshot m_snapshot;
     Timer m_change;
 };
 
@@ -76,6 +67,7 @@ private:
 
 int main(int argumentCount, char** arguments)
 {
+    prepareStandardStreams();
     CLI::App program("Shows the day's noise dose and the live level in a line.");
     Wanted wanted;
     program.add_flag("--json", wanted.isJson, "Print JSON as Waybar's custom module reads it");
@@ -83,7 +75,6 @@ int main(int argumentCount, char** arguments)
     program.add_flag("--sample", wanted.isSample, "Show a made-up record");
     CLI11_PARSE(program, argumentCount, arguments);
 
-    std::signal(SIGPIPE, SIG_IGN);
     const QCoreApplication application(argumentCount, arguments);
     QtMainLoop loop;
     const SqliteDefaultsReader suite(

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 
 namespace velmor {
@@ -199,11 +200,42 @@ TEST_F(AppStateWidgetTest, OtherSettingsTellAndEqualOnesDoNot)
     EXPECT_EQ(reloads(), 0);
 }
 
-TEST_F(AppStateWidgetTest, ACrossedThresholdTells)
+TEST_F(AppStateWidgetTest, ACrossedThresholdTellsAfterItsNotification)
 {
+    hub->startSession("Logic Pro");
+    // 40 % of a day in half a minute: 85 dB plus 3 dB for each halving of eight hours.
+    const double level = 85 + 10 * std::log10(0.4 * 28800 / 30) * 3 / (10 * std::log10(2));
+    test::setLevels(*hub, level, level);
     settle();
-    hub->doseCalculator.onThresholdCrossed(DoseLevel::caution);
-    EXPECT_TRUE(isWritten());
+    std::size_t notificationsBefore = 0;
+    while (host.loop.now() < test::moment("2026-03-02T09:01:00Z") && host.widgetCenter.reloads == 0) {
+        notificationsBefore = host.notifications.requests.size();
+        host.loop.runFor(0.1);
+    }
+    EXPECT_EQ(host.widgetCenter.reloads, 1);
+    EXPECT_GT(host.notifications.requests.size(), notificationsBefore);
+    EXPECT_GE(snapshot().todayDosePercent, 40);
+    EXPECT_LT(snapshot().todayDosePercent, 41);
+}
+
+TEST_F(AppStateWidgetTest, APauseThatRunsOutTells)
+{
+    hub->startSession("Logic Pro");
+    hub->pauseService.pause(7.0, host.loop.now());
+    settle();
+    host.loop.runFor(6.9);
+    EXPECT_EQ(reloads(), 0);
+    host.loop.runFor(0.2);
+    EXPECT_FALSE(snapshot().paused);
+    EXPECT_EQ(reloads(), 1);
+}
+
+TEST_F(AppStateWidgetTest, TheEndOfTheProgramTells)
+{
+    hub->startSession("Logic Pro");
+    settle();
+    hub->endForGood();
+    EXPECT_FALSE(snapshot().isMeasuring);
     EXPECT_EQ(reloads(), 1);
 }
 

@@ -78,8 +78,9 @@ TEST_F(AutomationTest, EachIntentIsAMethodWithItsValuesAndTexts)
     BusValues results = call("GetCurrentSPL");
     EXPECT_EQ(std::get<std::string>(results[0]).size(), 36U);
     results.erase(results.begin());
-    EXPECT_EQ(results, (BusValues{78.4, 82.1, 91.0, std::string("78.4 dBA"), std::string("82.1 dBC, peak 91.0 dBA"),
-                                  std::string("78.4 dBA, 82.1 dBC, peak 91.0 dBA")}));
+    EXPECT_EQ(results,
+              (BusValues{78.4, 82.1, 91.0, std::string("78.4 dBA"), std::string("82.1 dBC, peak 91.0 dBA"),
+                         std::string("78.4 dBA, 82.1 dBC, peak 91.0 dBA")}));
     EXPECT_EQ(call("StartMixingSession", {std::string(" Logic ")}),
               BusValues{std::string("Started Velmor session for Logic.")});
     EXPECT_EQ(hub->sessionManager.currentSession.get()->dawName, "Logic");
@@ -97,21 +98,24 @@ TEST_F(AutomationTest, APauseSaysWhenItEndsIfItDoes)
 
 TEST_F(AutomationTest, ErrorsHaveNamesAndTheirWords)
 {
-    EXPECT_EQ(errorOf("GetCurrentSPL"),
-              "dev.brightfen.velmor.Error.MonitoringUnavailable: Velmor's audio engine isn't running. Open Velmor and "
-              "check the input device in Settings.");
-    EXPECT_EQ(errorOf("EndMixingSession"),
-              "dev.brightfen.velmor.Error.SessionNotActive: No session is running. Start one from Velmor's menu or "
-              "from the Start Mixing Session intent.");
+    EXPECT_EQ(errorOf("GetCurrentSPL"), "dev.brightfen.velmor.Error.MonitoringUnavailable: Velmor's audio "
+                                        "engine isn't running. Open Velmor and "
+                                        "check the input device in Settings.");
+    EXPECT_EQ(
+        errorOf("EndMixingSession"),
+        "dev.brightfen.velmor.Error.SessionNotActive: No session is running. Start one from Velmor's menu or "
+        "from the Start Mixing Session intent.");
     call("StartMixingSession", {std::string()});
-    EXPECT_EQ(errorOf("StartMixingSession", {std::string()}),
-              "dev.brightfen.velmor.Error.SessionAlreadyActive: A session is already running. End it first, or use "
-              "the active session.");
+    EXPECT_EQ(
+        errorOf("StartMixingSession", {std::string()}),
+        "dev.brightfen.velmor.Error.SessionAlreadyActive: A session is already running. End it first, or use "
+        "the active session.");
     EXPECT_EQ(errorOf("PauseMonitoring", {std::int64_t(1441)}),
-              "dev.brightfen.velmor.Error.InvalidArgument: Pause duration must be at most 1440 minutes (24 hours).");
+              "dev.brightfen.velmor.Error.InvalidArgument: Pause duration must be at most 1440 minutes (24 "
+              "hours).");
     hub.reset();
-    EXPECT_EQ(errorOf("GetTodaysDose"),
-              "dev.brightfen.velmor.Error.AppNotReady: Velmor hasn't finished launching yet. Try again in a moment.");
+    EXPECT_EQ(errorOf("GetTodaysDose"), "dev.brightfen.velmor.Error.AppNotReady: Velmor hasn't finished "
+                                        "launching yet. Try again in a moment.");
 }
 
 TEST_F(AutomationTest, ShortcutsAndIntentsAreListed)
@@ -125,14 +129,14 @@ TEST_F(AutomationTest, ShortcutsAndIntentsAreListed)
                                            {"symbol", "waveform"}}));
     const auto listed = std::get<std::vector<BusDictionary>>(call("ListIntents")[0]);
     ASSERT_EQ(listed.size(), 7U);
-    EXPECT_EQ(listed[3],
-              (BusDictionary{{"intent", "StartMixingSession"},
-                             {"title", "Start Mixing Session"},
-                             {"parameter", "daw"},
-                             {"parameterTitle", "DAW"},
-                             {"parameterDescription", "Optional label for the session (e.g. 'Logic Pro'). Defaults to "
-                                                      "'Manual' when blank."},
-                             {"parameterSummary", "Start an Velmor session for {daw}"}}));
+    EXPECT_EQ(listed[3], (BusDictionary{{"intent", "StartMixingSession"},
+                                        {"title", "Start Mixing Session"},
+                                        {"parameter", "daw"},
+                                        {"parameterTitle", "DAW"},
+                                        {"parameterDescription",
+                                         "Optional label for the session (e.g. 'Logic Pro'). Defaults to "
+                                         "'Manual' when blank."},
+                                        {"parameterSummary", "Start an Velmor session for {daw}"}}));
     EXPECT_EQ(std::get<std::string>(listed[5].at("parameterSummary")),
               "Pause Velmor monitoring for {durationMinutes} minutes");
 }
@@ -150,11 +154,36 @@ TEST_F(AutomationTest, TheFocusFilterIsCalledAndSetFromOutside)
     EXPECT_FALSE(hub->sessionManager.currentSession.get());
 }
 
+TEST_F(AutomationTest, ParametersAreDescribedInWords)
+{
+    const auto listed = std::get<std::vector<BusDictionary>>(call("ListIntents")[0]);
+    EXPECT_EQ(
+        listed[5],
+        (BusDictionary{{"intent", "PauseMonitoring"},
+                       {"title", "Pause Monitoring"},
+                       {"parameter", "durationMinutes"},
+                       {"parameterTitle", "Duration (minutes)"},
+                       {"parameterDescription",
+                        "Pause for this many minutes, then auto-resume. Enter 0 for an indefinite pause "
+                        "that lasts until you call Resume Monitoring."},
+                       {"parameterSummary", "Pause Velmor monitoring for {durationMinutes} minutes"}}));
+    EXPECT_EQ(
+        std::get<BusDictionary>(call("Describe")[0]),
+        (BusDictionary{{"title", "Start a Mixing Session"},
+                       {"parameter", "daw"},
+                       {"parameterTitle", "DAW"},
+                       {"parameterDescription",
+                        "Optional label for the session started by this Focus (e.g. 'Logic "
+                        "Pro'). Defaults to 'Manual' when blank."},
+                       {"parameterSummary", "Start an Velmor session for {daw} when this Focus activates"}}));
+}
+
 TEST_F(AutomationTest, LevelsThatAreNotMeasuredAreLeftOut)
 {
-    EXPECT_EQ(AutomationInterfaces::levels(support),
-              (BusDictionary{
-                  {"running", false}, {"paused", false}, {"dosePercent", 0.0}, {"doseLevel", std::string("safe")}}));
+    EXPECT_EQ(AutomationInterfaces::levels(support), (BusDictionary{{"running", false},
+                                                                    {"paused", false},
+                                                                    {"dosePercent", 0.0},
+                                                                    {"doseLevel", std::string("safe")}}));
     hub->startSession("Logic");
     test::setLevels(*hub, 78.4, 82.1, 118.5, 91.0);
     hub->referenceTracker.tick(78.4);
@@ -210,6 +239,9 @@ TEST_F(AutomationTest, TheSearchFindsByBeginsOfWordsAndPerformsNothing)
     EXPECT_THAT(titles("resume velmor"), ElementsAre("Resume Monitoring"));
     EXPECT_THAT(titles("pause firefox"), ElementsAre());
     EXPECT_THAT(titles("in"), ElementsAre());
+    EXPECT_THAT(titles("pause-monitoring"), ElementsAre("Pause Monitoring"));
+    EXPECT_THAT(titles("paus\u00E9"), ElementsAre());
+    EXPECT_THAT(titles("pause " + std::string(1000, ' ')), ElementsAre());
     EXPECT_THAT(titles("  ?'\xFF"), ElementsAre());
     EXPECT_FALSE(hub->pauseService.isPaused);
     EXPECT_FALSE(hub->sessionManager.currentSession.get());

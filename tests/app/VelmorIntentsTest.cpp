@@ -165,7 +165,8 @@ TEST_F(VelmorIntentsTest, ALongerPauseIsRefusedAndChangesNothing)
 
 TEST_F(VelmorIntentsTest, NoMinutesAndLessAreAPauseWithoutEnd)
 {
-    for (const std::int64_t minutes : {std::int64_t(0), std::int64_t(-1), std::numeric_limits<std::int64_t>::min()}) {
+    for (const std::int64_t minutes :
+         {std::int64_t(0), std::int64_t(-1), std::numeric_limits<std::int64_t>::min()}) {
         hub->pauseService.resume();
         PauseMonitoringIntent intent;
         intent.durationMinutes = minutes;
@@ -196,16 +197,19 @@ TEST_F(VelmorIntentsTest, ShortcutsHaveTheirPhrasesInOrder)
         all += std::string(shortcut.intent) + "|" + shortcut.phrase(0) + "|" + shortcut.phrase(1) + "|" +
                std::string(shortcut.shortTitle) + "|" + std::string(shortcut.symbol) + "\n";
     }
-    EXPECT_EQ(all,
-              "GetCurrentSPL|What's the SPL in Velmor|Get the SPL from Velmor|Get Current SPL|waveform\n"
-              "GetTodaysDose|What's my dose in Velmor|Get today's dose from Velmor|Get Today's Dose|ear.badge.checkmark\n"
-              "GetMonitoringStats|Get my monitoring stats in Velmor|Show my streak in Velmor|Get Monitoring Stats|"
-              "chart.bar\n"
-              "StartMixingSession|Start a mixing session in Velmor|Start session in Velmor|Start Mixing Session|"
-              "play.circle\n"
-              "EndMixingSession|End my mixing session in Velmor|End session in Velmor|End Mixing Session|stop.circle\n"
-              "PauseMonitoring|Pause Velmor|Pause monitoring in Velmor|Pause Monitoring|pause.circle\n"
-              "ResumeMonitoring|Resume Velmor|Resume monitoring in Velmor|Resume Monitoring|play.circle.fill\n");
+    EXPECT_EQ(
+        all,
+        "GetCurrentSPL|What's the SPL in Velmor|Get the SPL from Velmor|Get Current SPL|waveform\n"
+        "GetTodaysDose|What's my dose in Velmor|Get today's dose from Velmor|Get Today's "
+        "Dose|ear.badge.checkmark\n"
+        "GetMonitoringStats|Get my monitoring stats in Velmor|Show my streak in Velmor|Get Monitoring Stats|"
+        "chart.bar\n"
+        "StartMixingSession|Start a mixing session in Velmor|Start session in Velmor|Start Mixing Session|"
+        "play.circle\n"
+        "EndMixingSession|End my mixing session in Velmor|End session in Velmor|End Mixing "
+        "Session|stop.circle\n"
+        "PauseMonitoring|Pause Velmor|Pause monitoring in Velmor|Pause Monitoring|pause.circle\n"
+        "ResumeMonitoring|Resume Velmor|Resume monitoring in Velmor|Resume Monitoring|play.circle.fill\n");
 }
 
 TEST_F(VelmorIntentsTest, AnIntentIsPerformedByItsName)

@@ -35,7 +35,10 @@ struct FakeDoNotDisturb final : DoNotDisturb
     boost::signals2::signal<void(bool)> changed;
 
     bool isOn() const override { return on; }
-    Subscription onChange(const std::function<void(bool)>& callback) override { return changed.connect(callback); }
+    Subscription onChange(const std::function<void(bool)>& callback) override
+    {
+        return changed.connect(callback);
+    }
 
     void turn(bool isOn)
     {
@@ -69,9 +72,9 @@ protected:
 
 TEST_F(VelmorSessionFocusFilterTest, AFocusStartsASessionAndEndsIt)
 {
-    EXPECT_THAT(linesOf("Logic Pro"),
-                ElementsAre("perform() entered for daw=Logic Pro", "Focus activation: captured wasActive=false",
-                            "starting Velmor session for Logic Pro"));
+    EXPECT_THAT(linesOf("Logic Pro"), ElementsAre("perform() entered for daw=Logic Pro",
+                                                  "Focus activation: captured wasActive=false",
+                                                  "starting Velmor session for Logic Pro"));
     EXPECT_EQ(session()->dawName, "Logic Pro");
     EXPECT_TRUE(filter.awaitsDeactivation());
     EXPECT_THAT(linesOf("Logic Pro"),
@@ -167,6 +170,29 @@ TEST_F(VelmorSessionFocusFilterTest, TurnedOffInAFocusItForgetsWhatItFound)
     doNotDisturb.turn(false);
     // It was there before this Focus.
     EXPECT_TRUE(session());
+}
+
+TEST_F(VelmorSessionFocusFilterTest, WhatAnotherAutomationHasFoundIsNotForgotten)
+{
+    const FocusFollower follower(*hub, doNotDisturb, filter);
+    filter.perform("Outside");
+    hub->settings.focusFilterEnabled = false;
+    filter.perform("Outside");
+    EXPECT_FALSE(session());
+    // Nor does a Do Not Disturb end what another automation has begun.
+    hub->settings.focusFilterEnabled = true;
+    filter.perform("Outside");
+    doNotDisturb.turn(true);
+    doNotDisturb.turn(false);
+    EXPECT_TRUE(session());
+}
+
+TEST_F(VelmorSessionFocusFilterTest, WithoutANameTheLogSaysNil)
+{
+    const FocusFollower follower(*hub, doNotDisturb, filter);
+    hub->settings.focusFilterEnabled = true;
+    doNotDisturb.turn(true);
+    EXPECT_EQ(log.lines.front(), "perform() entered for daw=nil");
 }
 
 TEST_F(VelmorSessionFocusFilterTest, TheEndOfAFocusFromBeforeTheStartBeginsNoSession)

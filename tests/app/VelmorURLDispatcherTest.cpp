@@ -83,11 +83,13 @@ TEST_F(VelmorURLDispatcherTest, ASecondStartAnswersOnTheErrorUrlAndLeavesTheSess
 
 TEST_F(VelmorURLDispatcherTest, ADurationThatIsNoPositiveFiniteNumberIsRefused)
 {
-    for (const char* duration : {"0", "-5", "inf", "nan", "", "%2090", "90s", "90%20", "%0090", "90%00", "1,5", "1e999",
-                                 "1e-999", "0x", "%0A1", "%0B1", "%0C1", "%0D1", "%091", "infinity", "-0x1", "--1"}) {
-        EXPECT_THAT(answers("velmor://monitoring/pause?x-error=app://e&duration=" + std::string(duration)),
-                    ElementsAre("app://e?error_code=invalid_argument&"
-                                "error_message=duration%20must%20be%20a%20positive%20finite%20number%20of%20seconds"))
+    for (const char* duration :
+         {"0",     "-5",     "inf", "nan",  "",     "%2090", "90s",  "90%20", "%0090",    "90%00", "1,5",
+          "1e999", "1e-999", "0x",  "%0A1", "%0B1", "%0C1",  "%0D1", "%091",  "infinity", "-0x1",  "--1"}) {
+        EXPECT_THAT(
+            answers("velmor://monitoring/pause?x-error=app://e&duration=" + std::string(duration)),
+            ElementsAre("app://e?error_code=invalid_argument&"
+                        "error_message=duration%20must%20be%20a%20positive%20finite%20number%20of%20seconds"))
             << duration;
         EXPECT_FALSE(hub->pauseService.isPaused) << duration;
     }
@@ -110,18 +112,6 @@ TEST_F(VelmorURLDispatcherTest, ADurationMayHaveAnyFormOfANumber)
     // The service's own limit is a day.
     EXPECT_EQ(secondsOf("1e300"), 86400);
     EXPECT_EQ(secondsOf("5&duration=6"), 5);
-}
-
-TEST_F(VelmorURLDispatcherTest, AUsersDecimalCommaChangesNothing)
-{
-    const char* previous = std::setlocale(LC_ALL, nullptr);
-    const std::string restored = previous ? previous : "C";
-    // Where the machine has such a locale; without one the test is that of the C locale.
-    for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8"})
-        std::setlocale(LC_ALL, name);
-    EXPECT_THAT(answers("velmor://monitoring/pause?duration=1.5&x-success=a:b"),
-                ElementsAre("a:b?pause_resume_in_seconds=1&pause_until=2026-03-02T09:00:01Z&paused=true&result=ok"));
-    std::setlocale(LC_ALL, restored.c_str());
 }
 
 TEST_F(VelmorURLDispatcherTest, APauseWithoutDurationIsOpenEnded)
@@ -177,10 +167,11 @@ TEST_F(VelmorURLDispatcherTest, AReadWithoutAUsableCallbackSaysSoAndOpensNothing
 
 TEST_F(VelmorURLDispatcherTest, TheStateWithoutMeasurementHasNoLevels)
 {
-    EXPECT_THAT(answers("velmor://state?x-success=app://s"),
-                ElementsAre("app://s?active=false&dose_level=safe&dose_percent=0.0&paused=false&peak_count_115dba=0&"
-                            "peak_count_135dbc=0&peak_count_137dbc=0&peak_count_140dbc=0&remaining_percent=100.0&"
-                            "result=ok"));
+    EXPECT_THAT(
+        answers("velmor://state?x-success=app://s"),
+        ElementsAre("app://s?active=false&dose_level=safe&dose_percent=0.0&paused=false&peak_count_115dba=0&"
+                    "peak_count_135dbc=0&peak_count_137dbc=0&peak_count_140dbc=0&remaining_percent=100.0&"
+                    "result=ok"));
 }
 
 TEST_F(VelmorURLDispatcherTest, TheStateIsTheUnionOfAll)
@@ -211,32 +202,36 @@ TEST_F(VelmorURLDispatcherTest, NothingRemainsOfADoseAbove100)
 {
     hub->doseCalculator.overrideDose(130);
     host.loop.runPosted();
-    EXPECT_THAT(answers("velmor://dose/x?x-success=app://s"),
-                ElementsAre("app://s?dose_level=danger&dose_percent=130.0&peak_count_115dba=0&peak_count_135dbc=0&"
-                            "peak_count_137dbc=0&peak_count_140dbc=0&remaining_percent=0.0&result=ok"));
+    EXPECT_THAT(
+        answers("velmor://dose/x?x-success=app://s"),
+        ElementsAre("app://s?dose_level=danger&dose_percent=130.0&peak_count_115dba=0&peak_count_135dbc=0&"
+                    "peak_count_137dbc=0&peak_count_140dbc=0&remaining_percent=0.0&result=ok"));
 }
 
 TEST_F(VelmorURLDispatcherTest, TheReplyKeepsTheCallbacksOwnParameters)
 {
     hub->doseCalculator.overrideDose(12.3);
     host.loop.runPosted();
-    EXPECT_THAT(answers("velmor://dose?x-success=myapp://done?tag=1"),
-                ElementsAre("myapp://done?tag=1&dose_level=safe&dose_percent=12.3&peak_count_115dba=0&"
-                            "peak_count_135dbc=0&peak_count_137dbc=0&peak_count_140dbc=0&remaining_percent=87.7&"
-                            "result=ok"));
+    EXPECT_THAT(
+        answers("velmor://dose?x-success=myapp://done?tag=1"),
+        ElementsAre("myapp://done?tag=1&dose_level=safe&dose_percent=12.3&peak_count_115dba=0&"
+                    "peak_count_135dbc=0&peak_count_137dbc=0&peak_count_140dbc=0&remaining_percent=87.7&"
+                    "result=ok"));
 }
 
 TEST_F(VelmorURLDispatcherTest, ACallbackWithAResultReceivesASecondOne)
 {
-    EXPECT_THAT(answers("velmor://spl?x-success=app://s?result=x"), ElementsAre("app://s?result=x&result=ok"));
+    EXPECT_THAT(answers("velmor://spl?x-success=app://s?result=x"),
+                ElementsAre("app://s?result=x&result=ok"));
 }
 
 TEST_F(VelmorURLDispatcherTest, TheSessionIsReadAndItsStartAnswersAfterTheStart)
 {
     EXPECT_THAT(answers("velmor://session?x-success=app://s"), ElementsAre("app://s?active=false&result=ok"));
-    EXPECT_THAT(answers("velmor://session/start/anything?daw=Logic&x-success=app://s"),
-                ElementsAre("app://s?active=true&daw=Logic&dba_mean=0.0&dba_peak=0.0&dbc_peak=0.0&elapsed_seconds=0&"
-                            "result=ok&session_dose_percent=0.0&start_iso8601=2026-03-02T09:00:00Z"));
+    EXPECT_THAT(
+        answers("velmor://session/start/anything?daw=Logic&x-success=app://s"),
+        ElementsAre("app://s?active=true&daw=Logic&dba_mean=0.0&dba_peak=0.0&dbc_peak=0.0&elapsed_seconds=0&"
+                    "result=ok&session_dose_percent=0.0&start_iso8601=2026-03-02T09:00:00Z"));
     EXPECT_THAT(answers("velmor://session/?x-success=app://s"),
                 ElementsAre(testing::HasSubstr("active=true&daw=Logic")));
 }
@@ -248,8 +243,9 @@ TEST_F(VelmorURLDispatcherTest, TheEndOfASessionAnswersWithItsLastFigures)
     EXPECT_THAT(answers("velmor://session/end?x-success=app://s"),
                 ElementsAre(testing::HasSubstr("active=true&daw=Logic")));
     EXPECT_FALSE(session());
-    EXPECT_THAT(answers("velmor://session/end?x-success=app://s&x-error=app://e"),
-                ElementsAre("app://e?error_code=session_not_active&error_message=No%20session%20is%20running"));
+    EXPECT_THAT(
+        answers("velmor://session/end?x-success=app://s&x-error=app://e"),
+        ElementsAre("app://e?error_code=session_not_active&error_message=No%20session%20is%20running"));
 }
 
 TEST_F(VelmorURLDispatcherTest, ActionsAreCarriedOutWithoutAnybodyToAnswer)
@@ -275,19 +271,40 @@ TEST_F(VelmorURLDispatcherTest, WhatIsNoVelmorUrlEndsWithoutAWord)
 {
     using namespace std::string_literals;
     for (const std::string& text :
-         {""s, "session/start"s, "vesk://session/start"s, "velmors://session/start"s, "velmor://session/start "s,
-          "velmor://session/start?daw=%zz"s, "velmor://\0session/start"s, "velmor://session/start?daw=ä"s})
+         {""s, "session/start"s, "vesk://session/start"s, "velmors://session/start"s,
+          "velmor://session/start "s, "velmor://session/start?daw=%zz"s, "velmor://\0session/start"s,
+          "velmor://session/start?daw=ä"s})
         EXPECT_EQ(printed(text), "") << text;
     EXPECT_FALSE(session());
 }
 
 TEST_F(VelmorURLDispatcherTest, DeniedSchemesAreDeniedHoweverTheyAreWritten)
 {
-    for (const char* callback :
-         {"file:///tmp/x", "FILE:///tmp/x", "javascript:alert(1)", "JaVaScRiPt:alert(1)", "data:text/html,x",
-          "Data:,", "vbscript:x", "VBSCRIPT:x", "about:blank", "About:blank", "%20javascript:x", "%09javascript:x",
-          "%0Ajavascript:x", "%00javascript:x", "java%0Ascript:x", "%E2%80%83file:///x", "file%3A///tmp/x",
-          "%66ile:///tmp/x", "no-scheme", "//host/path", ":x", "1app://x", "", "%FF", "a%25zz:x"}) {
+    for (const char* callback : {"file:///tmp/x",
+                                 "FILE:///tmp/x",
+                                 "javascript:alert(1)",
+                                 "JaVaScRiPt:alert(1)",
+                                 "data:text/html,x",
+                                 "Data:,",
+                                 "vbscript:x",
+                                 "VBSCRIPT:x",
+                                 "about:blank",
+                                 "About:blank",
+                                 "%20javascript:x",
+                                 "%09javascript:x",
+                                 "%0Ajavascript:x",
+                                 "%00javascript:x",
+                                 "java%0Ascript:x",
+                                 "%E2%80%83file:///x",
+                                 "file%3A///tmp/x",
+                                 "%66ile:///tmp/x",
+                                 "no-scheme",
+                                 "//host/path",
+                                 ":x",
+                                 "1app://x",
+                                 "",
+                                 "%FF",
+                                 "a%25zz:x"}) {
         EXPECT_THAT(answers("velmor://session?x-success=" + std::string(callback)), IsEmpty()) << callback;
         EXPECT_THAT(answers("velmor://nowhere?x-error=" + std::string(callback)), IsEmpty()) << callback;
     }
@@ -322,6 +339,9 @@ TEST_F(VelmorURLDispatcherTest, ALineStaysOneLine)
     EXPECT_EQ(printed("velmor://spl/%0A%5BVelmor%5D%20x%7F"),
               "[Velmor] URL: spl/%0A[velmor] x%7F\n"
               "[Velmor] spl called without x-success — read endpoint requires one.\n");
+    EXPECT_EQ(printed("velmor://spl/%C2%85%C2%9B%E2%80%A8%E2%80%A9%C3%A4"),
+              "[Velmor] URL: spl/%C2%85%C2%9B%E2%80%A8%E2%80%A9\u00E4\n"
+              "[Velmor] spl called without x-success — read endpoint requires one.\n");
     EXPECT_EQ(printed("velmor://a%0Ab"), "[Velmor] URL: a%0Ab/\n[Velmor] Unknown URL: velmor://a%0Ab\n");
 }
 
@@ -331,7 +351,8 @@ TEST_F(VelmorURLDispatcherTest, AUrlOfTenThousandCharactersIsOneLikeOthers)
     answers("velmor://session/start?daw=" + name);
     EXPECT_EQ(session()->dawName, name);
     EXPECT_THAT(answers("velmor://" + name + "?x-error=app:e"), testing::SizeIs(1));
-    EXPECT_THAT(answers("velmor://session?" + std::string(10000, '&') + "x-success=app:s"), testing::SizeIs(1));
+    EXPECT_THAT(answers("velmor://session?" + std::string(10000, '&') + "x-success=app:s"),
+                testing::SizeIs(1));
 }
 
 // Each reply takes one return URL out of the one around it, so a chain is at most as long as the first URL
@@ -401,9 +422,56 @@ TEST_F(VelmorURLDispatcherTest, TheStartSaysThatItHandlesUrls)
 
 TEST_F(VelmorURLDispatcherTest, ADispatcherThatIsGoneIsNotCalled)
 {
-    VelmorURLSchemeHandler orphan(host.loop, std::weak_ptr<VelmorURLDispatcher>());
-    orphan.handleGetURLEvent("velmor://session/start");
+    auto dispatcher = std::make_shared<VelmorURLDispatcher>(host.loop, host.workspace, hub->weakReference());
+    VelmorURLSchemeHandler own(host.loop, dispatcher);
+    own.handleGetURLEvent("velmor://session/start");
+    ASSERT_TRUE(session());
+    dispatcher.reset();
+    own.handleGetURLEvent("velmor://session/end");
+    EXPECT_TRUE(session());
+}
+
+TEST_F(VelmorURLDispatcherTest, WhileTheProgramEndsActionsAreUnavailable)
+{
+    answers("velmor://session/start?daw=Logic");
+    hub->endForGood();
+    EXPECT_EQ(hub->sessionManager.sessionHistory.get().size(), 1U);
+    EXPECT_THAT(
+        answers("velmor://session/start?x-success=a:b&x-error=a:e"),
+        ElementsAre("a:e?error_code=monitoring_unavailable&error_message=Velmor%20is%20shutting%20down"));
+    EXPECT_THAT(answers("velmor://state?x-success=a:b"), ElementsAre("a:b?result=ok"));
     EXPECT_FALSE(session());
+}
+
+TEST_F(VelmorURLDispatcherTest, ASlashIsNoSubcommand)
+{
+    EXPECT_THAT(answers("velmor://session/%2F/start"), IsEmpty());
+    EXPECT_TRUE(session());
+}
+
+TEST_F(VelmorURLDispatcherTest, BytesThatAreNoTextAreNoValue)
+{
+    answers("velmor://session/start?daw=%FF");
+    EXPECT_EQ(session()->dawName, "Manual");
+    EXPECT_THAT(answers("velmor://session?x-success=a:%25FF"),
+                ElementsAre("a:%FF?active=true&daw=Manual&"
+                            "dba_mean=0.0&dba_peak=0.0&dbc_peak=0.0&"
+                            "elapsed_seconds=0&result=ok&"
+                            "session_dose_percent=0.0&"
+                            "start_iso8601=2026-03-02T09:00:00Z"));
+}
+
+TEST_F(VelmorURLDispatcherTest, ABracketInTheQueryTakesAllParameters)
+{
+    EXPECT_THAT(answers("velmor://session/start?daw=[Mix]&x-success=a:b"), IsEmpty());
+    EXPECT_EQ(session()->dawName, "Manual");
+}
+
+TEST_F(VelmorURLDispatcherTest, ACallbackMayBeASchemeAlone)
+{
+    EXPECT_THAT(answers("velmor://spl?x-success=app:"), ElementsAre("app:?result=ok"));
+    EXPECT_THAT(answers("velmor://spl?x-success=app:?"), ElementsAre("app:?result=ok"));
+    EXPECT_THAT(answers("velmor://spl?x-success=app:?a=1"), ElementsAre("app:?a=1&result=ok"));
 }
 
 } // namespace

@@ -9,7 +9,8 @@ namespace {
 TEST(Text, TrimsSeparatorsAndLineControlsAtBothEnds)
 {
     EXPECT_EQ(trimmed("  Logic Pro\t\n"), "Logic Pro");
-    EXPECT_EQ(trimmed("\v\f\r\u0085\u00A0\u1680\u2000\u200A\u2028\u2029\u202F\u205F\u3000x\u3000\u0085"), "x");
+    EXPECT_EQ(trimmed("\v\f\r\u0085\u00A0\u1680\u2000\u200A\u2028\u2029\u202F\u205F\u3000x\u3000\u0085"),
+              "x");
     EXPECT_EQ(trimmed(" \u2003 "), "");
     EXPECT_EQ(trimmed(""), "");
 }

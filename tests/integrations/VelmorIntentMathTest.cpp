@@ -74,7 +74,8 @@ TEST_F(VelmorIntentMathTest, APauseIsFromOneMinuteToADay)
 
 TEST_F(VelmorIntentMathTest, AStreakEndsAtTheFirstDayAtTheThreshold)
 {
-    EXPECT_EQ(streak({session("2026-03-10", 49.9), session("2026-03-09", 50.0), session("2026-03-08", 1)}), 1);
+    EXPECT_EQ(streak({session("2026-03-10", 49.9), session("2026-03-09", 50.0), session("2026-03-08", 1)}),
+              1);
 }
 
 TEST_F(VelmorIntentMathTest, WithNoSessionYesterdayThereIsNoStreak)
@@ -102,8 +103,9 @@ TEST_F(VelmorIntentMathTest, AStreakGoesOverChangesOfTheClocks)
 
 TEST_F(VelmorIntentMathTest, TheWeekIsTheSevenDaysBeforeToday)
 {
-    const auto sum = weekly({session("2026-03-11", 1000), session("2026-03-10", 70.0), session("2026-03-10", 1),
-                             session("2026-03-04", 6), session("2026-03-03", 1000)});
+    const auto sum =
+        weekly({session("2026-03-11", 1000), session("2026-03-10", 70.0), session("2026-03-10", 1),
+                session("2026-03-04", 6), session("2026-03-03", 1000)});
     EXPECT_DOUBLE_EQ(sum.avgDosePercent, 77.0 / 7);
     EXPECT_EQ(sum.sessionCount, 3);
     EXPECT_EQ(sum.warningDayCount, 1);

@@ -17,7 +17,8 @@ TEST(VelmorIntentRecords, ALevelShowsItsThreeFigures)
 
 TEST(VelmorIntentRecords, ADoseShowsItsBandAndWhatRemains)
 {
-    const VelmorDoseSnapshot snapshot{.dosePercent = 41.26, .remainingPercent = 58.74, .doseLevel = "caution"};
+    const VelmorDoseSnapshot snapshot{
+        .dosePercent = 41.26, .remainingPercent = 58.74, .doseLevel = "caution"};
     EXPECT_EQ(snapshot.displayRepresentation(), (Display{"41.3% (caution)", "58.7% remaining today"}));
 }
 
@@ -32,8 +33,10 @@ TEST(VelmorIntentRecords, AStreakOfOneDayIsSingular)
 
 TEST(VelmorIntentRecords, AnEndedSessionShowsItsWholeMinutes)
 {
-    const VelmorSessionSummary summary{.finalDosePercent = 4.44, .daw = " Logic Pro ", .elapsedSeconds = 3659};
-    EXPECT_EQ(summary.displayRepresentation(), (Display{"Session ended ( Logic Pro )", "4.4% dose over 60 min"}));
+    const VelmorSessionSummary summary{
+        .finalDosePercent = 4.44, .daw = " Logic Pro ", .elapsedSeconds = 3659};
+    EXPECT_EQ(summary.displayRepresentation(),
+              (Display{"Session ended ( Logic Pro )", "4.4% dose over 60 min"}));
 }
 
 TEST(VelmorIntentRecords, APauseShowsItsWholeMinutes)
@@ -63,8 +66,9 @@ TEST(VelmorIntentRecords, EachErrorHasItsWords)
                  "Velmor's audio engine isn't running. Open Velmor and check the input device in Settings.");
     EXPECT_STREQ(VelmorIntentError(Case::sessionAlreadyActive).what(),
                  "A session is already running. End it first, or use the active session.");
-    EXPECT_STREQ(VelmorIntentError(Case::sessionNotActive).what(),
-                 "No session is running. Start one from Velmor's menu or from the Start Mixing Session intent.");
+    EXPECT_STREQ(
+        VelmorIntentError(Case::sessionNotActive).what(),
+        "No session is running. Start one from Velmor's menu or from the Start Mixing Session intent.");
     EXPECT_STREQ(VelmorIntentError::invalidArgument("No.").what(), "No.");
 }
 

@@ -20,7 +20,8 @@ TEST(VelmorURLResponseHelpers, LevelsHaveOneDecimalAndAPoint)
 {
     EXPECT_EQ(Helpers::splParams(78.44, 82.05000001, 91.0),
               (URLParameters{{"dba", "78.4"}, {"dbc", "82.1"}, {"peak_dba", "91.0"}}));
-    EXPECT_EQ(Helpers::splParams(1234.5, -0.04, std::nullopt), (URLParameters{{"dba", "1234.5"}, {"dbc", "-0.0"}}));
+    EXPECT_EQ(Helpers::splParams(1234.5, -0.04, std::nullopt),
+              (URLParameters{{"dba", "1234.5"}, {"dbc", "-0.0"}}));
     EXPECT_EQ(Helpers::splParams({}, {}, {}), URLParameters());
 }
 
@@ -127,7 +128,8 @@ TEST(VelmorURLResponseHelpers, AResultInTheSetIsLeftAloneAndOneOfTheUrlIsDoubled
 TEST(VelmorURLResponseHelpers, AnErrorHasItsCodeAndMessageAndNoResult)
 {
     EXPECT_EQ(
-        Helpers::errorURL(*Url::fromText("myapp://done"), "unknown_endpoint", "Unknown URL: velmor://a&b")->text(),
+        Helpers::errorURL(*Url::fromText("myapp://done"), "unknown_endpoint", "Unknown URL: velmor://a&b")
+            ->text(),
         "myapp://done?error_code=unknown_endpoint&error_message=Unknown%20URL:%20velmor://a%26b");
 }
 

@@ -54,7 +54,8 @@ TEST_F(VelmorWidgetSnapshotTest, FieldsWithoutAValueAreLeftOutButPlacesInAWeekAr
     VelmorWidgetSnapshot snapshot;
     snapshot.weeklyOnTargetByDay.resize(7);
     const std::string json = snapshot.encoded().value();
-    for (const char* key : {"dawName", "weeklyLEX", "disciplineZone", "\"onTargetPercent", "weeklyOnTargetPercent"})
+    for (const char* key :
+         {"dawName", "weeklyLEX", "disciplineZone", "\"onTargetPercent", "weeklyOnTargetPercent"})
         EXPECT_THAT(json, Not(HasSubstr(key)));
     EXPECT_THAT(json, HasSubstr("\"weeklyOnTargetByDay\":[null,null,null,null,null,null,null]"));
     EXPECT_EQ(VelmorWidgetSnapshot::decoded(json), snapshot);
@@ -112,13 +113,14 @@ TEST_F(VelmorWidgetSnapshotTest, EveryKeyThatIsNotOptionalMustBeThere)
 {
     for (const char* member :
          {"\"todayDosePercent\":34,", "\"lastDBA\":78.4,", "\"lastDBC\":82.1,", "\"isMeasuring\":true,",
-          "\"sessionActive\":true,", "\"paused\":false,", "\"streakDays\":6,", "\"weeklyDoses\":[12,40,0,28,55,33,34],",
-          "\"monitoringEnabled\":true,", "\"monitoringTarget\":79,", "\"monitoringTolerance\":3,",
-          "\"monitoringPreset\":\"K-14\",", "\"weeklyOnTargetByDay\":[74,61,null,70,55,82,72],",
-          ",\"updatedAt\":794923200"})
+          "\"sessionActive\":true,", "\"paused\":false,", "\"streakDays\":6,",
+          "\"weeklyDoses\":[12,40,0,28,55,33,34],", "\"monitoringEnabled\":true,", "\"monitoringTarget\":79,",
+          "\"monitoringTolerance\":3,", "\"monitoringPreset\":\"K-14\",",
+          "\"weeklyOnTargetByDay\":[74,61,null,70,55,82,72],", ",\"updatedAt\":794923200"})
         EXPECT_FALSE(VelmorWidgetSnapshot::decoded(sampleWith(member, ""))) << member;
-    for (const char* member : {"\"dawName\":\"Logic Pro\",", "\"weeklyLEX\":79.2,", "\"disciplineZone\":\"onTarget\",",
-                               "\"onTargetPercent\":72,", "\"weeklyOnTargetPercent\":68,"})
+    for (const char* member :
+         {"\"dawName\":\"Logic Pro\",", "\"weeklyLEX\":79.2,", "\"disciplineZone\":\"onTarget\",",
+          "\"onTargetPercent\":72,", "\"weeklyOnTargetPercent\":68,"})
         EXPECT_TRUE(VelmorWidgetSnapshot::decoded(sampleWith(member, ""))) << member;
 }
 

@@ -81,8 +81,8 @@ TEST_F(WidgetMetricsTest, TheShareOnTargetLeavesSilenceOut)
 
 TEST_F(WidgetMetricsTest, ADayNeedsThirtySecondsOfMeasuredTime)
 {
-    const auto shares = weeklyOnTarget({session("2026-03-10T10:00:00Z", 0, 9.9, 10, 10),
-                                        session("2026-03-09T10:00:00Z", 0, 10, 15, 5)});
+    const auto shares = weeklyOnTarget(
+        {session("2026-03-10T10:00:00Z", 0, 9.9, 10, 10), session("2026-03-09T10:00:00Z", 0, 10, 15, 5)});
     EXPECT_EQ(shares.perDay[5], std::nullopt);
     EXPECT_EQ(shares.perDay[4], 50.0);
     // The week has a limit of its own.
@@ -119,7 +119,8 @@ TEST_F(WidgetMetricsTest, DaysAreLocalOnes)
 TEST_F(WidgetMetricsTest, TheWeekGoesOverSkippedMidnights)
 {
     const Calendar santiago = Calendar::inZone("America/Santiago").value();
-    const std::vector<Session> history = {session("2026-09-07T15:00:00Z", 7), session("2026-09-06T15:00:00Z", 6),
+    const std::vector<Session> history = {session("2026-09-07T15:00:00Z", 7),
+                                          session("2026-09-06T15:00:00Z", 6),
                                           session("2026-09-05T15:00:00Z", 5)};
     EXPECT_EQ(WidgetMetrics::weekDoses(history, 8, santiago, moment("2026-09-08T15:00:00Z")),
               (Doses{0, 0, 0, 5, 6, 7, 8}));
@@ -133,8 +134,8 @@ TEST_F(WidgetMetricsTest, ADoseOf100PercentOnOneDayIsLessThan85OverTheWeek)
 
 TEST_F(WidgetMetricsTest, FiveDaysOf100PercentAre85WhateverTheDays)
 {
-    EXPECT_NEAR(WidgetMetrics::weeklyLEX(std::vector{100.0, 0.0, 100.0, 100.0, -1.0, 100.0, 100.0}).value(), 85.0,
-                1e-9);
+    EXPECT_NEAR(WidgetMetrics::weeklyLEX(std::vector{100.0, 0.0, 100.0, 100.0, -1.0, 100.0, 100.0}).value(),
+                85.0, 1e-9);
 }
 
 TEST_F(WidgetMetricsTest, AHalvedDoseIsThreeDecibelsLess)

@@ -21,8 +21,7 @@ using testing::HasSubstr;
 // The journal's own socket is in a place that can't be chosen: the test has a view of the files of its own.
 TEST(Journal, SubsystemAndCategoryAreFields)
 {
-    std::filesystem::create_directories("/run/systemd/journal");
-    const test::SmallDisk disk("/run/systemd", "1m");
+    const test::SmallDisk disk("/run", "1m");
     if (!disk.problem().empty())
         GTEST_SKIP() << "no place for a journal: " << disk.problem();
     std::filesystem::create_directories("/run/systemd/journal");
@@ -30,7 +29,8 @@ TEST(Journal, SubsystemAndCategoryAreFields)
     sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = "/run/systemd/journal/socket"};
     ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
 
-    Journal().log("dev.brightfen.velmor.focus", "VelmorSessionFocusFilter", "starting Velmor session for\nA=B");
+    Journal().log("dev.brightfen.velmor.focus", "VelmorSessionFocusFilter",
+                  "starting Velmor session for\nA=B");
 
     std::array<char, 4096> datagram = {};
     const auto size = ::recv(socket, datagram.data(), datagram.size(), 0);
@@ -40,6 +40,7 @@ TEST(Journal, SubsystemAndCategoryAreFields)
     EXPECT_THAT(entry, HasSubstr("SUBSYSTEM=dev.brightfen.velmor.focus\n"));
     EXPECT_THAT(entry, HasSubstr("CATEGORY=VelmorSessionFocusFilter\n"));
     EXPECT_THAT(entry, HasSubstr("PRIORITY=5\n"));
+    EXPECT_THAT(entry, HasSubstr("SYSLOG_IDENTIFIER=velmor\n"));
     // A line break within is no end of a field: the journal's form for that has the length in front.
     using namespace std::string_literals;
     EXPECT_THAT(entry, HasSubstr("MESSAGE\n\x1F\0\0\0\0\0\0\0starting Velmor session for\nA=B\n"s));

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <string>
 #include <thread>
@@ -19,12 +21,19 @@ namespace {
 class UrlOpenerTest : public testing::Test
 {
 protected:
+    /// What an opener has left behind is no later test's child.
+    void TearDown() override
+    {
+        while (::waitpid(-1, nullptr, 0) > 0) {
+        }
+    }
+
     /// A program that is told to open URLs: writes its arguments down, and then does something.
     std::string program(const std::string& afterwards = "")
     {
         const auto file = folder / "open";
-        test::writeFile(file, "#!/bin/sh\nprintf '%s|%s\\n' \"$#\" \"$1\" >> " + (folder / "opened").native() + "\n" +
-                                  afterwards + "\n");
+        test::writeFile(file, "#!/bin/sh\nprintf '%s|%s\\n' \"$#\" \"$1\" >> " +
+                                  (folder / "opened").native() + "\n" + afterwards + "\n");
         ::chmod(file.c_str(), 0700);
         return file;
     }
@@ -79,12 +88,28 @@ TEST_F(UrlOpenerTest, OneThatLivesOnHoldsTheNextUpForAShortTime)
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1900));
 }
 
-TEST_F(UrlOpenerTest, WithoutSuchAProgramNothingIsOpened)
+TEST_F(UrlOpenerTest, WithoutSuchAProgramItSaysSoOnceAndGoesOnWhenThereIsOne)
 {
-    UrlOpener opener(loop, folder / "missing");
+    test::CapturedOutput output;
+    UrlOpener opener(loop, folder / "open");
     opener.open("app://1");
     opener.open("app://2");
-    EXPECT_EQ(opened(), "");
+    program();
+    opener.open("app://3");
+    EXPECT_TRUE(runUntil([&] { return opened() == "1|app://3\n"; })) << opened();
+    EXPECT_EQ(output.text(),
+              "[Velmor] " + (folder / "open").native() + " can't be started — URLs are not opened\n");
+}
+
+TEST_F(UrlOpenerTest, AtTheEndThoseThatWaitAreOpenedWithoutWaiting)
+{
+    {
+        UrlOpener opener(loop, program("sleep 1"));
+        opener.open("app://1");
+        opener.open("app://2");
+        opener.open("app://3");
+    }
+    EXPECT_TRUE(runUntil([&] { return std::ranges::count(opened(), '\n') == 3; })) << opened();
 }
 
 TEST_F(UrlOpenerTest, NoChildIsLeftUnreaped)
@@ -103,7 +128,11 @@ TEST_F(UrlOpenerTest, NoChildIsLeftUnreaped)
 TEST_F(UrlOpenerTest, AFloodIsCutOff)
 {
     test::CapturedOutput output;
-    UrlOpener opener(loop, program("sleep 1"));
+    // Those that wait at the end write nothing down.
+    const auto file = folder / "open";
+    test::writeFile(file, "#!/bin/sh\nsleep 1\n");
+    ::chmod(file.c_str(), 0700);
+    UrlOpener opener(loop, file);
     for (int i = 0; i < 102; ++i)
         opener.open("app://" + std::to_string(i));
     // One is being opened, a hundred wait.

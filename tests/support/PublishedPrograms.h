@@ -22,7 +22,8 @@ public:
     explicit PublishedPrograms(const PrivateAudioSession& session)
         : m_opened(session / "opened")
     {
-        const std::filesystem::path share = std::filesystem::path(programPath("velmor")).parent_path() / "../share";
+        const std::filesystem::path share =
+            std::filesystem::path(programPath("velmor")).parent_path() / "../share";
         const auto applications = session / "data/applications";
         std::filesystem::create_directories(applications);
         std::filesystem::copy_file(share / "applications/dev.brightfen.velmor.desktop",
@@ -32,9 +33,9 @@ public:
         const auto handler = session / "testapp";
         writeFile(handler, "#!/bin/sh\nprintf '%s\\n' \"$@\" >> " + m_opened.native() + "\n");
         ::chmod(handler.c_str(), 0700);
-        writeFile(applications / "testapp.desktop", "[Desktop Entry]\nType=Application\nName=Test\nExec=" +
-                                                        handler.native() +
-                                                        " %u\nMimeType=x-scheme-handler/testapp;\n");
+        writeFile(applications / "testapp.desktop",
+                  "[Desktop Entry]\nType=Application\nName=Test\nExec=" + handler.native() +
+                      " %u\nMimeType=x-scheme-handler/testapp;\n");
         run({"update-desktop-database", applications});
         bus("ReloadConfig", {});
         // What the bus starts is to find the screen and the session.
@@ -53,8 +54,15 @@ public:
 private:
     static void bus(const std::string& method, const std::vector<std::string>& arguments)
     {
-        std::vector<std::string> command = {"gdbus",         "call", "--session",     "--dest", "org.freedesktop.DBus",
-                                            "--object-path", "/org/freedesktop/DBus",    "--method", "org.freedesktop.DBus." + method};
+        std::vector<std::string> command = {"gdbus",
+                                            "call",
+                                            "--session",
+                                            "--dest",
+                                            "org.freedesktop.DBus",
+                                            "--object-path",
+                                            "/org/freedesktop/DBus",
+                                            "--method",
+                                            "org.freedesktop.DBus." + method};
         command.insert(command.end(), arguments.begin(), arguments.end());
         if (run(command).status != 0)
             throw std::runtime_error("the bus refused " + method);

@@ -35,8 +35,9 @@ protected:
     {
         if (program || !isOnTheBus())
             return;
-        const auto owner = test::run({"busctl", "--user", "call", "org.freedesktop.DBus", "/", "org.freedesktop.DBus",
-                                      "GetConnectionUnixProcessID", "s", "dev.brightfen.velmor"});
+        const auto owner =
+            test::run({"busctl", "--user", "call", "org.freedesktop.DBus", "/", "org.freedesktop.DBus",
+                       "GetConnectionUnixProcessID", "s", "dev.brightfen.velmor"});
         ::kill(std::stoi(owner.output.substr(2)), SIGTERM);
         session.waitUntil([] { return !isOnTheBus(); });
     }
@@ -56,7 +57,8 @@ protected:
 
 constexpr auto startURL = "velmor://session/start?daw=Test&x-success=testapp%3A%2F%2Fdone";
 constexpr auto startReply =
-    "testapp://done\\?active=true&daw=Test&dba_mean=0.0&dba_peak=0.0&dbc_peak=0.0&elapsed_seconds=0&result=ok&"
+    "testapp://"
+    "done\\?active=true&daw=Test&dba_mean=0.0&dba_peak=0.0&dbc_peak=0.0&elapsed_seconds=0&result=ok&"
     "session_dose_percent=0.0&start_iso8601=[0-9]+-[0-9]+-[0-9]+T[0-9]+:[0-9]+:[0-9]+Z\n";
 
 TEST_F(UrlProgramTest, TheDesktopOpensAUrlWithTheRunningProgram)
@@ -107,12 +109,39 @@ TEST_F(UrlProgramTest, TenUrlsInABurstAreAnsweredInTheirOrder)
     EXPECT_EQ(published->opened(), expected);
 }
 
+TEST_F(UrlProgramTest, ABurstAtAProgramThatIsNotRunningIsAnsweredInItsOrder)
+{
+    std::string expected;
+    for (int i = 0; i < 10; ++i) {
+        // Each by itself, as a desktop does it.
+        EXPECT_EQ(open("velmor://session?x-success=testapp:" + std::to_string(i)).status, 0);
+        expected += "testapp:" + std::to_string(i) + "?active=false&result=ok\n";
+    }
+    ASSERT_TRUE(waitForOpened(10)) << published->opened();
+    EXPECT_EQ(published->opened(), expected);
+}
+
+TEST_F(UrlProgramTest, AUrlThatMeetsTheEndOfTheProgramIsAnsweredAllTheSame)
+{
+    for (int i = 0; i < 5; ++i) {
+        startProgram();
+        ::kill(program->process(), SIGTERM);
+        std::this_thread::sleep_for(std::chrono::milliseconds(4 * i));
+        EXPECT_EQ(test::run({test::programPath("velmor"), "velmor://session?x-success=testapp:x"}).status, 0);
+        program->waitForEnd();
+        program.reset();
+        EXPECT_TRUE(waitForOpened(static_cast<std::size_t>(i) + 1)) << published->opened();
+        endActivated();
+    }
+}
+
 TEST_F(UrlProgramTest, ADecodedSpaceOfTheDesktopIsTakenForItsCode)
 {
     startProgram();
-    EXPECT_EQ(test::run({test::programPath("velmor"), "velmor://session/start?daw=Logic Pro&x-success=testapp:x"})
-                  .status,
-              0);
+    EXPECT_EQ(
+        test::run({test::programPath("velmor"), "velmor://session/start?daw=Logic Pro&x-success=testapp:x"})
+            .status,
+        0);
     ASSERT_TRUE(waitForOpened(1));
     EXPECT_THAT(published->opened(), HasSubstr("daw=Logic%20Pro&"));
 }
@@ -124,10 +153,10 @@ TEST_F(UrlProgramTest, HostileUrlsOpenNothingAndEndNothing)
     for (const std::string& url :
          {"velmor://session?x-success=file://" + (session / "testapp").native(),
           std::string("velmor://session?x-success=JavaScript:alert(1)"),
-          std::string("velmor://session?x-success=%20%09testapp:x"), std::string("velmor://%zz?x-success=testapp:x"),
-          std::string("velmor:session?x-success=testapp:x"), "velmor://" + std::string(10000, 'a'),
-          std::string("velmor://a b\nc"), std::string("not a url"), std::string("velmor://[::1]:99999999/x?y"),
-          std::string("velmor://session?x-success=testapp")})
+          std::string("velmor://session?x-success=%20%09testapp:x"),
+          std::string("velmor://%zz?x-success=testapp:x"), std::string("velmor:session?x-success=testapp:x"),
+          "velmor://" + std::string(10000, 'a'), std::string("velmor://a b\nc"), std::string("not a url"),
+          std::string("velmor://[::1]:99999999/x?y"), std::string("velmor://session?x-success=testapp")})
         test::run({test::programPath("velmor"), url});
     // One that may be opened shows that all before it were dealt with, and that no shell has seen it.
     test::run({test::programPath("velmor"),

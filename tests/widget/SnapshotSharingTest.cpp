@@ -9,8 +9,11 @@
 #include <support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -34,7 +37,8 @@ TEST_F(SnapshotSharingTest, AReaderSeesWholeRecordsInTheirOrderWhileTenThousandA
         SqliteDefaultsStore suite(loop, file);
         test::numberedSnapshot(0).save(suite);
     }
-    const pid_t writer = test::spawn({test::programPath("velmor-snapshot-writer"), file, std::to_string(count)});
+    const pid_t writer =
+        test::spawn({test::programPath("velmor-snapshot-writer"), file, std::to_string(count)});
     int last = 0;
     int reads = 0;
     int changes = 0;
@@ -81,6 +85,50 @@ TEST_F(SnapshotSharingTest, ASuiteThatCanNotBeWrittenIsNotTalkedAbout)
     }
     EXPECT_EQ(VelmorWidgetSnapshot::load(reader), test::numberedSnapshot(7));
     EXPECT_EQ(output.text(), "");
+}
+
+TEST_F(SnapshotSharingTest, AReaderThatIsToldSeesTheRecordThatItIsToldOf)
+{
+    PollMainLoop loop;
+    SqliteDefaultsStore suite(loop, file);
+    constexpr int count = 200;
+    int told = 0;
+    std::vector<int> late;
+    const std::function<void(int)> write = [&](int number) {
+        test::numberedSnapshot(number).save(suite);
+        suite.whenWritten([&, number] {
+            if (VelmorWidgetSnapshot::load(reader).streakDays < number)
+                late.push_back(number);
+            if (++told == count)
+                loop.quit();
+        });
+    };
+    // Several in a turn, and some while others are being written.
+    for (int i = 1; i <= count; i += 2) {
+        loop.after(i * 1e-4, [&, i] {
+            write(i);
+            write(i + 1);
+        });
+    }
+    loop.run();
+    EXPECT_EQ(late, std::vector<int>());
+    // With nothing to write it is told as well.
+    suite.whenWritten([&] { loop.quit(); });
+    loop.run();
+}
+
+TEST_F(SnapshotSharingTest, ADatabaseOfAnotherKindIsSetAside)
+{
+    sqlite3* database = nullptr;
+    ::sqlite3_open(file.c_str(), &database);
+    ::sqlite3_exec(database, "CREATE TABLE defaults(key TEXT, type TEXT, value)", nullptr, nullptr, nullptr);
+    ::sqlite3_close(database);
+    {
+        PollMainLoop loop;
+        SqliteDefaultsStore suite(loop, file, SqliteDefaultsStore::Trouble::kept);
+        test::numberedSnapshot(3).save(suite);
+    }
+    EXPECT_EQ(VelmorWidgetSnapshot::load(reader), test::numberedSnapshot(3));
 }
 
 } // namespace

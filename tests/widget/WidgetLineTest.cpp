@@ -70,9 +70,10 @@ TEST_F(WidgetLineTest, WithoutARecordThereIsNoDoseEither)
 TEST_F(WidgetLineTest, BarsReadJson)
 {
     snapshot.dawName = "<b>A & B";
-    EXPECT_EQ(json(), R"({"text":"34.0% · 78.4 dBA","alt":"safe","tooltip":"Dose 34.0% (safe)\n)"
-                      R"(Level 78.4 dBA, 82.1 dBC\nOn target: 79.0 ± 3.0 dBA (K-14)\nSession &lt;b&gt;A &amp; B\n)"
-                      R"(Week 79.2 dB LEX","class":["safe","live","onTarget"],"percentage":34})");
+    EXPECT_EQ(json(),
+              R"({"text":"34.0% · 78.4 dBA","alt":"safe","tooltip":"Dose 34.0% (safe)\n)"
+              R"(Level 78.4 dBA, 82.1 dBC\nOn target: 79.0 ± 3.0 dBA (K-14)\nSession &lt;b&gt;A &amp; B\n)"
+              R"(Week 79.2 dB LEX","class":["safe","live","onTarget"],"percentage":34})");
     snapshot.paused = true;
     snapshot.todayDosePercent = 250;
     snapshot.dawName.reset();

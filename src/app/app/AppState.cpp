@@ -80,11 +80,6 @@ void AppState::setupSettings()
         doseCalculator.persistConservativeMode();
     };
     settings.launchAtLogin.afterWriting = [this](bool isWanted) { applyLaunchAtLogin(isWanted); };
-    // A Focus that nobody follows any more has no end: what it found must not meet the next one.
-    settings.focusFilterEnabled.afterWriting = [this](bool isEnabled) {
-        if (!isEnabled)
-            m_focusPreEnableSessionState.reset();
-    };
 }
 
 void AppState::setupDAWCallbacks()
@@ -155,10 +150,11 @@ void AppState::setupAlertCallbacks()
 
 void AppState::setupURLs(const Host& host)
 {
-    urlDispatcher = std::make_shared<VelmorURLDispatcher>(host.loop, host.workspace, weakReference());
-    auto handler = std::make_shared<VelmorURLSchemeHandler>(host.loop, urlDispatcher);
+    auto dispatcher = std::make_shared<VelmorURLDispatcher>(host.loop, host.workspace, weakReference());
+    auto handler = std::make_shared<VelmorURLSchemeHandler>(host.loop, dispatcher);
     if (host.urlEvents)
         handler->registerWith(*host.urlEvents);
+    urlDispatcher = std::move(dispatcher);
     urlHandler = std::move(handler);
 }
 

@@ -126,7 +126,8 @@ public:
     /// matters.
     void endSession();
 
-    /// Ends a running session, for the end of the program: after that nothing begins one any more.
+    /// Ends a running session, for the end of the program: after that nothing begins one any more, and
+    /// whoever asks for the hub finds it gone.
     void endForGood();
 
     void requestOpenReport(const Session& session);
@@ -193,7 +194,6 @@ private:
     Timer m_midnightResetTimer;
     Timer m_captureRetryTimer;
     bool m_hasChangeToAnnounce = false;
-    bool m_hasEnded = false;
     std::optional<ReferenceLevelSettings> m_announcedReference; ///< What widgets were last told of.
     std::vector<Subscription> m_subscriptions;
     Lifetime m_lifetime;

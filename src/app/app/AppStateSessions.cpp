@@ -10,8 +10,6 @@ namespace velmor {
 
 void AppState::startSession(const std::string& dawName)
 {
-    if (m_hasEnded)
-        return;
     sessionManager.startSession(dawName);
     doseCalculator.markSessionStart();
     referenceTracker.beginSession();
@@ -46,11 +44,12 @@ void AppState::endSession()
 
 void AppState::endForGood()
 {
+    dawDetection.onDAWLaunched = nullptr;
     dawDetection.onAllDAWsQuit = nullptr;
     audioService.onDeviceDisconnected = nullptr;
     if (sessionManager.currentSession.get())
         endSession();
-    m_hasEnded = true;
+    m_self.reset();
 }
 
 void AppState::requestOpenReport(const Session& session)

@@ -3,6 +3,7 @@
 
 #include <app/VelmorIntents.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -169,9 +170,21 @@ BusMethod pauseMonitoring(const VelmorIntentSupport& support)
 
 BusMethod resumeMonitoring(const VelmorIntentSupport& support)
 {
-    return {std::string(ResumeMonitoringIntent::name), {}, pauseArguments, answering([&support](const BusValues&) {
-                return values(ResumeMonitoringIntent().perform(support));
-            })};
+    return {std::string(ResumeMonitoringIntent::name),
+            {},
+            pauseArguments,
+            answering(
+                [&support](const BusValues&) { return values(ResumeMonitoringIntent().perform(support)); })};
+}
+
+BusDictionary describedParameter(BusDictionary described, const std::string& name,
+                                 const IntentParameter& parameter)
+{
+    described["parameter"] = name;
+    described["parameterTitle"] = std::string(parameter.title);
+    described["parameterDescription"] = std::string(parameter.description);
+    described["parameterSummary"] = std::string(parameter.summary);
+    return described;
 }
 
 template <typename Intent>
@@ -183,12 +196,7 @@ BusDictionary description()
 template <typename Intent>
 BusDictionary description(const std::string& parameterName, const IntentParameter& parameter)
 {
-    BusDictionary described = description<Intent>();
-    described["parameter"] = parameterName;
-    described["parameterTitle"] = std::string(parameter.title);
-    described["parameterDescription"] = std::string(parameter.description);
-    described["parameterSummary"] = std::string(parameter.summary);
-    return described;
+    return describedParameter(description<Intent>(), parameterName, parameter);
 }
 
 BusMethod listIntents()
@@ -233,9 +241,15 @@ BusInterface intents(const VelmorIntentSupport& support)
 BusInterface focusFilter(const VelmorIntentSupport& support, VelmorSessionFocusFilter& filter)
 {
     BusMethod perform = {"Perform", {{"daw", "s"}}, {}, [&filter](const BusValues& arguments) -> BusValues {
-                             filter.perform(std::get<std::string>(arguments[0]));
+                             const auto& daw = std::get<std::string>(arguments[0]);
+                             filter.perform(daw.empty() ? std::nullopt : std::optional(daw));
                              return {};
                          }};
+    BusMethod describe = {
+        "Describe", {}, {{"filter", "a{sv}"}}, [](const BusValues&) -> BusValues {
+            return {describedParameter({{"title", std::string(VelmorSessionFocusFilter::title)}}, "daw",
+                                       VelmorSessionFocusFilter::dawParameter)};
+        }};
     BusMethod getSettings = {"GetSettings",
                              {},
                              {{"enabled", "b"}, {"daw", "s"}, {"display", "s"}},
@@ -245,22 +259,19 @@ BusInterface focusFilter(const VelmorIntentSupport& support, VelmorSessionFocusF
                                  return {hub->settings.focusFilterEnabled.get(), daw,
                                          VelmorSessionFocusFilter::displayRepresentation(daw)};
                              })};
-    BusMethod setEnabled = {"SetEnabled",
-                            {{"enabled", "b"}},
-                            {},
-                            answering([&support](const BusValues& arguments) -> BusValues {
-                                support.resolve()->settings.focusFilterEnabled = std::get<bool>(arguments[0]);
-                                return {};
-                            })};
-    BusMethod setDAW = {"SetDAW",
-                        {{"daw", "s"}},
-                        {},
-                        answering([&support](const BusValues& arguments) -> BusValues {
-                            support.resolve()->settings.focusFilterDAW = std::get<std::string>(arguments[0]);
-                            return {};
-                        })};
+    BusMethod setEnabled = {
+        "SetEnabled", {{"enabled", "b"}}, {}, answering([&support](const BusValues& arguments) -> BusValues {
+            support.resolve()->settings.focusFilterEnabled = std::get<bool>(arguments[0]);
+            return {};
+        })};
+    BusMethod setDAW = {
+        "SetDAW", {{"daw", "s"}}, {}, answering([&support](const BusValues& arguments) -> BusValues {
+            support.resolve()->settings.focusFilterDAW = std::get<std::string>(arguments[0]);
+            return {};
+        })};
     return {"dev.brightfen.velmor.FocusFilter1",
-            {std::move(perform), std::move(getSettings), std::move(setEnabled), std::move(setDAW)},
+            {std::move(perform), std::move(describe), std::move(getSettings), std::move(setEnabled),
+             std::move(setDAW)},
             {}};
 }
 

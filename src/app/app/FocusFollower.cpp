@@ -1,15 +1,42 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <app/FocusFollower.h>
 
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace velmor {
 
-// The filter itself isn't told the direction. One that would run against it is left out: a Focus that was on
-// before the program must not begin a session by its end.
 FocusFollower::FocusFollower(AppState& hub, DoNotDisturb& doNotDisturb, VelmorSessionFocusFilter& filter)
-    : m_changes(doNotDisturb.onChange([&hub, &filter](bool isOn) {
-        if (hub.settings.focusFilterEnabled && isOn != filter.awaitsDeactivation())
-            filter.perform(hub.settings.focusFilterDAW.get());
-    }))
-{}
+    : m_hub(hub)
+    , m_filter(filter)
+    , m_changes(doNotDisturb.onChange([this](bool isOn) { follow(isOn); }))
+{
+    m_hub.settings.focusFilterEnabled.afterWriting = [this](bool isEnabled) {
+        if (!isEnabled)
+            forget();
+    };
+}
+
+FocusFollower::~FocusFollower()
+{
+    m_hub.settings.focusFilterEnabled.afterWriting = nullptr;
+}
+
+void FocusFollower::follow(bool isOn)
+{
+    if (!m_hub.settings.focusFilterEnabled || isOn == m_filter.awaitsDeactivation() || isOn == m_hasActivated)
+        return;
+    const std::string& daw = m_hub.settings.focusFilterDAW;
+    m_filter.perform(daw.empty() ? std::nullopt : std::optional(daw));
+    m_hasActivated = isOn;
+}
+
+// A Focus that nobody follows any more has no end: what it found must not meet the next one.
+void FocusFollower::forget()
+{
+    if (std::exchange(m_hasActivated, false))
+        m_hub.consumeFocusPreEnableSessionState();
+}
 
 } // namespace velmor

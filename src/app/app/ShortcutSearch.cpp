@@ -4,7 +4,6 @@
 #include <base/Text.h>
 
 #include <algorithm>
-#include <cctype>
 #include <string>
 
 namespace velmor {
@@ -14,15 +13,25 @@ namespace {
 constexpr std::size_t fewestLetters = 3;
 constexpr double relevanceOfAPart = 0.7;
 
-/// The words of a text in lower case, without punctuation: "what's" and "whats" are the same word.
+/// Nobody types more; whoever sends more gets no answer.
+constexpr std::size_t longestText = 256;
+
+/// The words of a text in lower case, without punctuation. An apostrophe parts no word: "what's" and "whats"
+/// are the same.
 std::vector<std::string> wordsOf(std::string_view text)
 {
+    constexpr std::string_view curlyApostrophe = "\u2019";
     std::vector<std::string> words(1);
-    for (const char c : lowerCase(text)) {
-        const bool isLetter = (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
+    std::string rest = lowerCase(text);
+    for (auto at = rest.find(curlyApostrophe); at != std::string::npos; at = rest.find(curlyApostrophe))
+        rest.erase(at, curlyApostrophe.size());
+    for (const char c : rest) {
+        // Letters beyond ASCII are letters too, of words that no phrase has.
+        const bool isLetter =
+            (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || static_cast<unsigned char>(c) >= 0x80;
         if (isLetter)
             words.back() += c;
-        else if ((c == ' ' || c == '\t' || c == '\n') && !words.back().empty())
+        else if (c != '\'' && !words.back().empty())
             words.emplace_back();
     }
     if (words.back().empty())
@@ -52,7 +61,7 @@ ShortcutSearch::ShortcutSearch(const VelmorIntentSupport& support, IntentActions
 
 std::vector<SearchResult> ShortcutSearch::find(std::string_view text) const
 {
-    const auto typed = wordsOf(text);
+    const auto typed = text.size() <= longestText ? wordsOf(text) : std::vector<std::string>();
     std::size_t letters = 0;
     for (const std::string& word : typed)
         letters += word.size();

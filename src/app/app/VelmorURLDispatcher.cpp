@@ -32,15 +32,31 @@ std::optional<double> positiveSeconds(const std::string& text)
     return isWhole && seconds > 0 && std::isfinite(seconds) ? std::optional(seconds) : std::nullopt;
 }
 
+/// How many bytes at the begin of the text are a control character, or part lines.
+std::size_t controlLength(std::string_view text)
+{
+    const auto byte = [&](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    };
+    if (byte(0) < 0x20 || byte(0) == 0x7F)
+        return 1;
+    if (byte(0) == 0xC2 && byte(1) >= 0x80 && byte(1) < 0xA0)
+        return 2;
+    const bool isSeparator = text.starts_with("\u2028") || text.starts_with("\u2029");
+    return isSeparator ? 3 : 0;
+}
+
 /// What stands in a line of output keeps to that line, whatever a URL has encoded.
 std::string inOneLine(std::string_view text)
 {
     std::string line;
-    for (const char c : text) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
+    while (!text.empty()) {
+        const std::size_t control = controlLength(text);
+        for (const char c : text.substr(0, control))
             line += fmt::format("%{:02X}", static_cast<unsigned char>(c));
-        else
-            line += c;
+        if (control == 0)
+            line += text[0];
+        text.remove_prefix(control > 0 ? control : 1);
     }
     return line;
 }
@@ -73,7 +89,8 @@ void VelmorURLDispatcher::dispatch(const Url& url)
     const auto items = url.queryItems().value_or(std::vector<QueryItem>());
     const Query query = [&items](std::string_view name) {
         const auto item = std::ranges::find(items, name, &QueryItem::name);
-        return item != items.end() ? item->value : std::nullopt;
+        // Bytes that are no text are no value either.
+        return item != items.end() && item->value && isText(*item->value) ? item->value : std::nullopt;
     };
     const VelmorXCallbackReply reply(m_workspace, query("x-success"), query("x-error"));
     printLine("URL: {}/{}", inOneLine(host), inOneLine(subcommand.value_or("")));
@@ -211,7 +228,8 @@ URLParameters VelmorURLDispatcher::stateParams()
     if (!hub)
         return {};
     const Date now = m_loop.now();
-    return Helpers::stateParams(splParams(), doseParams(), sessionParams(), hub->pauseService.state(now), now);
+    return Helpers::stateParams(splParams(), doseParams(), sessionParams(), hub->pauseService.state(now),
+                                now);
 }
 
 } // namespace velmor

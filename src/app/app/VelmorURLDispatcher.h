@@ -32,12 +32,14 @@ private:
     using Query = std::function<std::optional<std::string>(std::string_view name)>;
     using Reply = VelmorXCallbackReply;
 
-    void handleRead(const Reply& reply, std::string_view name, URLParameters (VelmorURLDispatcher::*params)());
+    void handleRead(const Reply& reply, std::string_view name,
+                    URLParameters (VelmorURLDispatcher::*params)());
     void handleSessionStart(const Query& query, const Reply& reply);
     void handleSessionEnd(const Reply& reply);
     void handleMonitoringPause(const Query& query, const Reply& reply);
     void handleMonitoringResume(const Reply& reply);
-    void replyUnknown(const Reply& reply, const std::string& host, const std::optional<std::string>& subcommand);
+    void replyUnknown(const Reply& reply, const std::string& host,
+                      const std::optional<std::string>& subcommand);
 
     URLParameters splParams();
     URLParameters doseParams();

@@ -47,11 +47,6 @@ std::string decoded(std::string_view text)
     return urls::pct_string_view(text).decode();
 }
 
-bool isText(std::string_view bytes)
-{
-    return simdjson::validate_utf8(bytes.data(), bytes.size());
-}
-
 std::string encoded(std::string_view text)
 {
     std::string result;
@@ -62,17 +57,6 @@ std::string encoded(std::string_view text)
             result += fmt::format("%{:02X}", static_cast<unsigned>(static_cast<unsigned char>(c)));
     }
     return result;
-}
-
-/// Absent for a text that does not part into components. The parser takes a port that is no number for the
-/// begin of the path: then its authority is not the text's.
-std::optional<urls::url_view> componentsOf(std::string_view text, std::string_view authority)
-{
-    const auto components = urls::parse_uri_reference(text);
-    if (!components)
-        return std::nullopt;
-    const std::string_view found = components->encoded_authority();
-    return found == authority ? std::optional(*components) : std::nullopt;
 }
 
 /// Without what stands before the first of a character, and that character; empty where there is none.
@@ -88,6 +72,11 @@ std::string_view upTo(std::string_view text, std::string_view marks)
 }
 
 } // namespace
+
+bool isText(std::string_view bytes)
+{
+    return simdjson::validate_utf8(bytes.data(), bytes.size());
+}
 
 std::optional<Url> Url::fromText(std::string_view text)
 {
@@ -121,18 +110,25 @@ std::optional<std::string> Url::host() const
 std::optional<std::string> Url::firstPathComponent() const
 {
     std::string_view rest = path();
-    rest.remove_prefix(std::min(rest.find_first_not_of('/'), rest.size()));
-    const std::string_view component = upTo(rest, "/");
-    if (component.empty())
-        return std::nullopt;
-    std::string result = decoded(component);
-    return isText(result) ? std::move(result) : std::string(component);
+    while (!rest.empty()) {
+        const std::string_view component = upTo(rest, "/");
+        rest.remove_prefix(std::min(component.size() + 1, rest.size()));
+        std::string result = decoded(component);
+        if (!result.empty() && result != "/")
+            return isText(result) ? std::move(result) : std::string(component);
+    }
+    return std::nullopt;
 }
 
 std::optional<std::vector<QueryItem>> Url::queryItems() const
 {
-    const auto components = componentsOf(m_text, authority());
-    if (!components)
+    // The parser is not made for a query right behind a scheme.
+    std::string text = m_text;
+    if (path().empty())
+        text.insert(pathPosition(), 1, '/');
+    const auto components = urls::parse_uri_reference(text);
+    // It takes a port that is no number for the begin of the path: then its authority is not the text's.
+    if (!components || std::string_view(components->encoded_authority()) != authority())
         return std::nullopt;
     std::vector<QueryItem> items;
     if (components->encoded_query().empty())
@@ -148,7 +144,7 @@ std::optional<std::vector<QueryItem>> Url::queryItems() const
 
 std::optional<Url> Url::withQueryItems(const std::vector<QueryItem>& items) const
 {
-    if (!componentsOf(m_text, authority()))
+    if (!queryItems())
         return std::nullopt;
     std::string text(upTo(m_text, "?#"));
     char separator = '?';
@@ -170,12 +166,16 @@ std::string_view Url::authority() const
     return rest.starts_with("//") ? upTo(rest.substr(2), "/?#") : std::string_view();
 }
 
+std::size_t Url::pathPosition() const
+{
+    const std::size_t position = scheme() ? m_text.find(':') + 1 : 0;
+    const bool hasAuthority = m_text.compare(position, 2, "//") == 0;
+    return hasAuthority ? position + 2 + authority().size() : position;
+}
+
 std::string_view Url::path() const
 {
-    std::string_view rest = scheme() ? behind(m_text, ":") : std::string_view(m_text);
-    if (rest.starts_with("//"))
-        rest.remove_prefix(2 + authority().size());
-    return upTo(rest, "?#");
+    return upTo(std::string_view(m_text).substr(pathPosition()), "?#");
 }
 
 } // namespace velmor

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,9 @@ struct QueryItem
 
     bool operator==(const QueryItem&) const = default;
 };
+
+/// Whether bytes are UTF-8.
+bool isText(std::string_view bytes);
 
 /// A text that is a URL: it has only characters that a URL may have (RFC 3986), and each percent sign in it
 /// begins a code. The text is kept as it is; the parts of it are decoded.
@@ -34,7 +38,8 @@ public:
     /// where its bytes are no text.
     std::optional<std::string> host() const;
 
-    /// The first part of the path that is not empty. One whose bytes are no text is not decoded.
+    /// The first part of the path that is neither empty nor a slash. One whose bytes are no text is not
+    /// decoded.
     std::optional<std::string> firstPathComponent() const;
 
     /// Absent for a URL that does not part into components, as one with a port that is no number; no items
@@ -52,6 +57,7 @@ private:
     {}
 
     std::string_view authority() const;
+    std::size_t pathPosition() const;
     std::string_view path() const;
 
     std::string m_text;

@@ -31,8 +31,7 @@ double pauseSeconds(std::int64_t fromMinutes)
     if (fromMinutes < 1)
         throw VelmorIntentError::invalidArgument("Pause duration must be a positive number of minutes.");
     if (fromMinutes > longestPauseMinutes) {
-        throw VelmorIntentError::invalidArgument(
-            "Pause duration must be at most 1440 minutes (24 hours).");
+        throw VelmorIntentError::invalidArgument("Pause duration must be at most 1440 minutes (24 hours).");
     }
     return static_cast<double>(fromMinutes) * 60.0;
 }

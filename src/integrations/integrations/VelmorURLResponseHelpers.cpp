@@ -119,7 +119,8 @@ std::optional<Url> successURL(const Url& base, const URLParameters& params)
 
 std::optional<Url> errorURL(const Url& base, std::string_view code, std::string_view message)
 {
-    return appendingParams(base, {{"error_code", std::string(code)}, {"error_message", std::string(message)}});
+    return appendingParams(base,
+                           {{"error_code", std::string(code)}, {"error_message", std::string(message)}});
 }
 
 } // namespace velmor::VelmorURLResponseHelpers

@@ -86,7 +86,10 @@ struct VelmorWidgetSnapshot
     {
         return isMeasuring && !paused && isFromToday(calendar, now);
     }
-    bool isStale(const Calendar& calendar, Date now) const { return hasData() && !isFromToday(calendar, now); }
+    bool isStale(const Calendar& calendar, Date now) const
+    {
+        return hasData() && !isFromToday(calendar, now);
+    }
     double effectiveTodayDose(const Calendar& calendar, Date now) const
     {
         return isFromToday(calendar, now) ? todayDosePercent : 0;

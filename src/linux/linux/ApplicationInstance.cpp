@@ -90,7 +90,12 @@ ApplicationInstance::ApplicationInstance(Callbacks callbacks)
 
 ApplicationInstance::~ApplicationInstance()
 {
-    if (m_role == Role::first)
+    giveUpName();
+}
+
+void ApplicationInstance::giveUpName()
+{
+    if (std::exchange(m_role, Role::alone) == Role::first)
         QDBusConnection::sessionBus().unregisterService(qText(ApplicationName::busName));
 }
 

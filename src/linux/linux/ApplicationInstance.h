@@ -43,6 +43,9 @@ public:
     /// A space, which some desktops decode before they hand a URL on, is taken for its percent code.
     Subscription onOpen(const std::function<void(const std::vector<std::string>&)>& callback) override;
 
+    /// Nobody finds this instance any more, and another one may be the first.
+    void giveUpName();
+
     /// What else the program offers, under the same name.
     BusObject& object() { return m_object; }
 

@@ -112,7 +112,8 @@ private:
     {
         if (message.member() != QStringLiteral("GetAll"))
             return false;
-        connection.send(message.createReply(QVariantMap()));
+        if (message.isReplyRequired())
+            connection.send(message.createReply(QVariantMap()));
         return true;
     }
 
@@ -123,7 +124,8 @@ private:
             // A call may leave the interface out.
             if (!interfaceName.empty() && interface.name != interfaceName)
                 continue;
-            const auto method = std::ranges::find(interface.methods, text(message.member()), &BusMethod::name);
+            const auto method =
+                std::ranges::find(interface.methods, text(message.member()), &BusMethod::name);
             if (method != interface.methods.end())
                 return &*method;
         }
@@ -134,9 +136,9 @@ private:
     {
         const std::string signature = signatureOf(method.in);
         if (text(message.signature()) != signature) {
-            return message.createErrorReply(
-                QDBusError::InvalidArgs,
-                qText(fmt::format("{} takes ({}), not ({})", method.name, signature, text(message.signature()))));
+            return message.createErrorReply(QDBusError::InvalidArgs,
+                                            qText(fmt::format("{} takes ({}), not ({})", method.name,
+                                                              signature, text(message.signature()))));
         }
         m_caller = text(message.service());
         try {

@@ -10,24 +10,24 @@ BusWidgetCenter::BusWidgetCenter(BusObject& object, SqliteDefaultsStore& suite)
     m_object.offer({interfaceName, {}, {{reloadSignal, {}}}});
 }
 
-// One signal stands for all records that were written since the last one.
+// The record of this request may come to be read later than that of the one before: each waits for its own.
 void BusWidgetCenter::reloadAllTimelines()
 {
-    m_isWaiting = true;
-    m_suite.whenWritten(m_lifetime.guarded([this] { tell(); }));
+    const std::int64_t request = ++m_requested;
+    m_suite.whenWritten(m_lifetime.guarded([this, request] { tell(request); }));
 }
 
 void BusWidgetCenter::flush()
 {
     m_suite.flush();
-    tell();
+    tell(m_requested);
 }
 
-void BusWidgetCenter::tell()
+void BusWidgetCenter::tell(std::int64_t request)
 {
-    if (!m_isWaiting)
+    if (request <= m_told)
         return;
-    m_isWaiting = false;
+    m_told = request;
     m_object.emitSignal(interfaceName, reloadSignal, {});
 }
 

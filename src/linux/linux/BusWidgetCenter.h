@@ -6,9 +6,11 @@
 #include <linux/SqliteDefaultsStore.h>
 #include <platform/WidgetCenter.h>
 
+#include <cstdint>
+
 namespace velmor {
 
-/// Tells widgets by a signal on the session bus, once the record is where they read it. Main thread.
+/// Tells widgets by a signal on the session bus, once writing the record has been tried. Main thread.
 class BusWidgetCenter final : public WidgetCenter
 {
 public:
@@ -24,11 +26,12 @@ public:
     void flush();
 
 private:
-    void tell();
+    void tell(std::int64_t request);
 
     BusObject& m_object;
     SqliteDefaultsStore& m_suite;
-    bool m_isWaiting = false;
+    std::int64_t m_requested = 0; ///< How often a reload was asked for.
+    std::int64_t m_told = 0;      ///< Up to which of them widgets know.
     Lifetime m_lifetime;
 };
 

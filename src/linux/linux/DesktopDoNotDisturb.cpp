@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/DesktopDoNotDisturb.h>
 
+#include <linux/CurrentDesktop.h>
 #include <linux/NotificationBanners.h>
 
 #include <QDBusConnection>
@@ -18,6 +19,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <utility>
 
 namespace velmor {
@@ -45,6 +47,16 @@ const QString xfconfPath = QStringLiteral("/org/xfce/Xfconf");
 const QString xfceChannel = QStringLiteral("xfce4-notifyd");
 const QString xfceProperty = QStringLiteral("/do-not-disturb");
 
+/// The errors of a call that nobody has answered.
+const QStringList unanswered = {
+    QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"),
+    QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
+    QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
+    QStringLiteral("org.freedesktop.DBus.Error.Disconnected"),
+    QStringLiteral("org.freedesktop.DBus.Error.Timeout"),
+    QStringLiteral("org.freedesktop.DBus.Error.TimedOut"),
+};
+
 constexpr std::size_t xfceSource = serverProperties.size();
 constexpr std::size_t gnomeSource = xfceSource + 1;
 constexpr std::size_t sourceCount = gnomeSource + 1;
@@ -59,22 +71,35 @@ public:
     Sources()
         : m_banners([this](bool areShown) { take(gnomeSource, !areShown); })
     {
+        m_known[gnomeSource] = !m_banners.areShown();
         QDBusConnection bus = QDBusConnection::sessionBus();
-        bus.connect(QString(), serverPath, properties, QStringLiteral("PropertiesChanged"), this,
+        bus.connect(server, serverPath, properties, QStringLiteral("PropertiesChanged"), this,
                     SLOT(serverChanged(QString, QVariantMap, QStringList)));
-        bus.connect(QString(), xfconfPath, xfconf, QStringLiteral("PropertyChanged"), this,
-                    SLOT(xfceChanged(QString, QString, QDBusVariant)));
-        // Another server may have another mind.
         connect(&m_serverWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-                [this](const QString&, const QString&, const QString&) { askServer(); });
+                [this](const QString&, const QString&, const QString& owner) {
+                    if (!owner.isEmpty())
+                        askServer();
+                });
         askServer();
+        // What Xfce has stored counts in its own session only.
+        if (!isCurrentDesktop("XFCE"))
+            return;
+        bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyChanged"), this,
+                    SLOT(xfceChanged(QString, QString, QDBusVariant)));
+        bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyRemoved"), this,
+                    SLOT(xfceRemoved(QString, QString)));
+        connect(&m_xfconfWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+                [this](const QString&, const QString&, const QString& owner) {
+                    if (!owner.isEmpty())
+                        askXfce();
+                });
         askXfce();
-        m_on[gnomeSource] = !m_banners.areShown();
     }
 
     bool isOn() const
     {
-        return std::ranges::any_of(m_on, [](bool on) { return on; });
+        return std::ranges::any_of(
+            m_known, [](const std::optional<bool>& isOnThere) { return isOnThere.value_or(false); });
     }
 
     boost::signals2::signal<void(bool)> changed;
@@ -99,6 +124,12 @@ private slots:
             take(xfceSource, value.variant().toBool());
     }
 
+    void xfceRemoved(const QString& channel, const QString& property)
+    {
+        if (channel == xfceChannel && property == xfceProperty)
+            take(xfceSource, false);
+    }
+
 private:
     void askServer()
     {
@@ -118,30 +149,38 @@ private:
         ask(xfceSource, get);
     }
 
-    /// A question to a service that isn't there, or has no such thing, is answered with no. Nobody is
-    /// started for it.
+    /// Nobody is started for a question. One that nobody has answered leaves things as they are: a server
+    /// that restarts has not changed the user's mind. An answer that there is no such thing is a no.
     void ask(std::size_t source, QDBusMessage& get)
     {
         get.setAutoStartService(false);
         auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(get), this);
         connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, source, watcher] {
             const QDBusPendingReply<QDBusVariant> reply = *watcher;
-            take(source, !reply.isError() && reply.value().variant().toBool());
             watcher->deleteLater();
+            if (reply.isError() && unanswered.contains(reply.error().name()))
+                return;
+            const bool isOnThere = !reply.isError() && reply.value().variant().toBool();
+            // What was on before anybody looked has not just gone on.
+            if (!m_known[source])
+                m_known[source] = isOnThere;
+            take(source, isOnThere);
         });
     }
 
     void take(std::size_t source, bool isOnThere)
     {
         const bool wasOn = isOn();
-        m_on[source] = isOnThere;
+        m_known[source] = isOnThere;
         if (isOn() != wasOn)
             changed(isOn());
     }
 
-    std::array<bool, sourceCount> m_on = {};
+    std::array<std::optional<bool>, sourceCount> m_known; ///< What each has said last.
     NotificationBanners m_banners;
     QDBusServiceWatcher m_serverWatcher{server, QDBusConnection::sessionBus(),
+                                        QDBusServiceWatcher::WatchForOwnerChange};
+    QDBusServiceWatcher m_xfconfWatcher{xfconf, QDBusConnection::sessionBus(),
                                         QDBusServiceWatcher::WatchForOwnerChange};
 };
 

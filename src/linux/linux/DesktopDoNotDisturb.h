@@ -9,8 +9,9 @@
 namespace velmor {
 
 /// Do Not Disturb of whichever desktop this is: Plasma's and dunst's as properties of the notification
-/// server, Xfce's as a channel of its configuration, GNOME's as a setting. Others are never on. Needs Qt's
-/// event loop on GLib. Main thread.
+/// server, Xfce's as a channel of its configuration, GNOME's as a setting. Others are never on. What is on
+/// already when it is looked at for the first time is on without a change. Needs Qt's event loop on GLib.
+/// Main thread.
 class DesktopDoNotDisturb final : public DoNotDisturb
 {
 public:

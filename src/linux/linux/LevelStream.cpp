@@ -71,7 +71,8 @@ void LevelStream::unsubscribe(const std::string& listener)
 void LevelStream::send()
 {
     BusDictionary levels = m_levels();
-    if (m_lastSent == levels)
+    // Nothing is known any more while the program ends.
+    if (levels.empty() || m_lastSent == levels)
         return;
     m_object.emitSignal(interfaceName, signalName, {levels});
     m_lastSent = std::move(levels);

@@ -16,8 +16,8 @@ class QDBusServiceWatcher;
 namespace velmor {
 
 /// Sends the levels to those who have subscribed, by a signal of the interface dev.brightfen.velmor.Live1: a
-/// tenth of a second after the subscription, and then at each change, ten times a second at most. Nothing is read or sent while nobody has
-/// subscribed; whoever leaves the bus has not. Main thread.
+/// tenth of a second after the subscription, and then at each change, ten times a second at most. Nothing is
+/// read or sent while nobody has subscribed; whoever leaves the bus has not. Main thread.
 class LevelStream
 {
 public:

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/NotificationBanners.h>
 
+#include <linux/CurrentDesktop.h>
+
 #include <gio/gio.h>
 
-#include <cstdlib>
-#include <string>
 #include <utility>
 
 namespace velmor {
@@ -13,13 +13,6 @@ namespace {
 
 constexpr auto schemaID = "org.gnome.desktop.notifications";
 constexpr auto key = "show-banners";
-
-/// On another desktop the setting may still be as GNOME was left.
-bool isInGnome()
-{
-    const char* desktops = std::getenv("XDG_CURRENT_DESKTOP");
-    return desktops && (":" + std::string(desktops) + ":").find(":GNOME:") != std::string::npos;
-}
 
 /// Asking for settings that aren't installed would end the program.
 bool isInstalled()
@@ -38,7 +31,7 @@ bool isInstalled()
 NotificationBanners::NotificationBanners(std::function<void(bool areShown)> onChange)
     : m_onChange(std::move(onChange))
 {
-    if (!isInGnome() || !isInstalled())
+    if (!isCurrentDesktop("GNOME") || !isInstalled())
         return;
     m_settings = g_settings_new(schemaID);
     const auto changed = +[](GSettings*, const gchar*, gpointer self) {
@@ -50,8 +43,10 @@ NotificationBanners::NotificationBanners(std::function<void(bool areShown)> onCh
 
 NotificationBanners::~NotificationBanners()
 {
-    if (m_settings)
-        g_object_unref(m_settings);
+    if (!m_settings)
+        return;
+    g_signal_handlers_disconnect_by_data(m_settings, this);
+    g_object_unref(m_settings);
 }
 
 bool NotificationBanners::areShown() const

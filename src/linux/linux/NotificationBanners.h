@@ -7,8 +7,8 @@ struct _GSettings;
 
 namespace velmor {
 
-/// GNOME's setting of whether notifications show: its Do Not Disturb turns it off. Outside a session of GNOME,
-/// and where its settings aren't installed, they show. Main thread, in GLib's main context.
+/// GNOME's setting of whether notifications show: its Do Not Disturb turns it off. Outside a session of
+/// GNOME, and where its settings aren't installed, they show. Main thread, in GLib's main context.
 class NotificationBanners
 {
 public:

@@ -35,13 +35,18 @@ QDBusMessage call(const char* method)
                                           qText(ApplicationName::interface), QString::fromLatin1(method));
 }
 
+bool isRunning()
+{
+    return QDBusConnection::sessionBus().interface()->isServiceRegistered(qText(ApplicationName::busName));
+}
+
 /// Starts the program and waits until others find it.
 bool start(const std::filesystem::path& program)
 {
     if (!startProgram({program.native()}))
         return false;
     for (int i = 0; i < startChecks; ++i) {
-        if (QDBusConnection::sessionBus().interface()->isServiceRegistered(qText(ApplicationName::busName)))
+        if (isRunning())
             return true;
         std::this_thread::sleep_for(startCheckInterval);
     }
@@ -56,6 +61,9 @@ bool isArrived(const QDBusMessage& message, const std::filesystem::path& program
         return false;
     }
     QDBusMessage reply = bus.call(message, QDBus::Block, answerMilliseconds);
+    // One that was just ending has not taken it.
+    if (QDBusError(reply).type() == QDBusError::NoReply && !isRunning())
+        reply = bus.call(message, QDBus::Block, answerMilliseconds);
     if (QDBusError(reply).type() == QDBusError::ServiceUnknown && start(program))
         reply = bus.call(message, QDBus::Block, answerMilliseconds);
     if (reply.type() == QDBusMessage::ReplyMessage)

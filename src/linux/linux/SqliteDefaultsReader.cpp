@@ -31,8 +31,7 @@ std::optional<DefaultsValue> SqliteDefaultsReader::value(std::string_view key) c
     if (result != SQLITE_OK)
         return std::nullopt;
     ::sqlite3_busy_timeout(database.get(), busyTimeoutMilliseconds);
-    const Statement statement =
-        prepared(database.get(), "SELECT type, value FROM defaults WHERE key = ?1");
+    const Statement statement = prepared(database.get(), "SELECT type, value FROM defaults WHERE key = ?1");
     if (!statement)
         return std::nullopt;
     ::sqlite3_bind_text64(statement.get(), 1, key.data(), key.size(), SQLITE_STATIC, SQLITE_UTF8);

@@ -26,6 +26,9 @@ namespace {
 
 using Changes = std::map<std::string, std::optional<DefaultsValue>, std::less<>>;
 
+constexpr auto upsertSql = "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
+                           "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3";
+
 /// How long a commit waits for another process that writes the same database.
 constexpr int busyTimeoutMilliseconds = 2000;
 
@@ -163,6 +166,10 @@ Opened openForWriting(const std::filesystem::path& file)
                         "CREATE TABLE IF NOT EXISTS defaults"
                         "(key TEXT PRIMARY KEY, type TEXT NOT NULL, value) WITHOUT ROWID"))
         readValues(opened);
+    if (opened.succeeded() && !prepared(database, upsertSql)) {
+        opened.resultCode = SQLITE_CORRUPT;
+        opened.error = ::sqlite3_errmsg(database);
+    }
     if (opened.succeeded())
         ::sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
     return opened;
@@ -358,8 +365,7 @@ private:
         m_database = std::move(database);
         if (!m_database)
             return;
-        m_upsert = prepared(m_database.get(), "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
-                                              "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3");
+        m_upsert = prepared(m_database.get(), upsertSql);
         m_delete = prepared(m_database.get(), "DELETE FROM defaults WHERE key = ?1");
     }
 

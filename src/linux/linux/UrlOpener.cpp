@@ -25,6 +25,12 @@ UrlOpener::UrlOpener(DescriptorMainLoop& loop, std::string program)
     , m_program(std::move(program))
 {}
 
+UrlOpener::~UrlOpener()
+{
+    for (const std::string& url : m_waiting)
+        startProgram({m_program, url});
+}
+
 void UrlOpener::open(const std::string& url)
 {
     if (m_waiting.size() >= longestQueue) {
@@ -42,8 +48,12 @@ void UrlOpener::startNext()
         const std::string url = std::move(m_waiting.front());
         m_waiting.pop_front();
         const auto id = startProgram({m_program, url});
-        if (!id)
+        if (!id) {
+            if (!std::exchange(m_isMissing, true))
+                printLine("{} can't be started — URLs are not opened", m_program);
             continue;
+        }
+        m_isMissing = false;
         Child& child = m_children[*id];
         // Close-on-exec by itself. Where it fails the patience ends the wait.
         const auto descriptor = static_cast<int>(::syscall(SYS_pidfd_open, *id, 0U));

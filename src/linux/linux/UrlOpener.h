@@ -24,6 +24,11 @@ public:
 
     explicit UrlOpener(DescriptorMainLoop& loop, std::string program = "xdg-open");
 
+    /// Those that wait are opened without waiting any more.
+    ~UrlOpener();
+    UrlOpener(const UrlOpener&) = delete;
+    UrlOpener& operator=(const UrlOpener&) = delete;
+
     /// \param url without white space or control characters, and with a scheme.
     void open(const std::string& url);
 
@@ -42,8 +47,9 @@ private:
     std::string m_program;
     std::deque<std::string> m_waiting;
     std::map<pid_t, Child> m_children;
-    pid_t m_current = 0;  ///< The one that the next URL waits for; 0 for none.
+    pid_t m_current = 0; ///< The one that the next URL waits for; 0 for none.
     Timer m_patience;
+    bool m_isMissing = false; ///< The program; that has been printed.
 };
 
 } // namespace velmor

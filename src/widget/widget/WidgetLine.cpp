@@ -110,9 +110,8 @@ bool WidgetLine::isLive() const
 
 std::string WidgetLine::dose() const
 {
-    return m_snapshot.hasData()
-               ? fmt::format("{:.1f}%", m_snapshot.effectiveTodayDose(m_calendar, m_now))
-               : dash;
+    return m_snapshot.hasData() ? fmt::format("{:.1f}%", m_snapshot.effectiveTodayDose(m_calendar, m_now))
+                                : dash;
 }
 
 std::string WidgetLine::level() const
@@ -124,7 +123,8 @@ std::string WidgetLine::tooltip() const
 {
     if (!m_snapshot.hasData())
         return "Velmor has measured nothing yet.";
-    std::string text = fmt::format("Dose {} ({})", dose(), rawValue(m_snapshot.effectiveBand(m_calendar, m_now)));
+    std::string text =
+        fmt::format("Dose {} ({})", dose(), rawValue(m_snapshot.effectiveBand(m_calendar, m_now)));
     if (isLive()) {
         text += fmt::format("\nLevel {:.1f} dBA, {:.1f} dBC", m_snapshot.lastDBA, m_snapshot.lastDBC);
         if (m_snapshot.disciplineZone) {

@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <linux/DesktopDoNotDisturb.h>
+#include <support/PrivateAudioSession.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QElapsedTimer>
+#include <QObject>
+#include <QVariantMap>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace velmor {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// A notification server that says whether it is inhibited, as Plasma's does.
+class InhibitableServer final : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+    Q_PROPERTY(bool Inhibited MEMBER m_isInhibited)
+
+public:
+    explicit InhibitableServer(bool isInhibited)
+        : m_isInhibited(isInhibited)
+    {
+        m_bus.registerObject("/org/freedesktop/Notifications", this, QDBusConnection::ExportAllProperties);
+        m_bus.registerService("org.freedesktop.Notifications");
+    }
+    ~InhibitableServer() override { QDBusConnection::disconnectFromBus("server"); }
+
+    void inhibit(bool isInhibited)
+    {
+        m_isInhibited = isInhibited;
+        QDBusMessage changed = QDBusMessage::createSignal(
+            "/org/freedesktop/Notifications", "org.freedesktop.DBus.Properties", "PropertiesChanged");
+        changed << "org.freedesktop.Notifications" << QVariantMap{{"Inhibited", isInhibited}} << QStringList();
+        m_bus.send(changed);
+    }
+
+private:
+    QDBusConnection m_bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "server");
+    bool m_isInhibited;
+};
+
+/// Xfce's configuration as far as one property goes.
+class Configuration final : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.xfce.Xfconf")
+
+public:
+    explicit Configuration(bool isOn)
+        : m_isOn(isOn)
+    {
+        m_bus.registerObject("/org/xfce/Xfconf", this,
+                             QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+        m_bus.registerService("org.xfce.Xfconf");
+    }
+    ~Configuration() override { QDBusConnection::disconnectFromBus("xfconf"); }
+
+public slots:
+    QDBusVariant GetProperty(const QString& channel, const QString& property)
+    {
+        return QDBusVariant(m_isOn && channel == "xfce4-notifyd" && property == "/do-not-disturb");
+    }
+
+signals:
+    void PropertyChanged(const QString& channel, const QString& property, const QDBusVariant& value);
+    void PropertyRemoved(const QString& channel, const QString& property);
+
+private:
+    QDBusConnection m_bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "xfconf");
+    bool m_isOn;
+};
+
+class DesktopDoNotDisturbTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        // Without the packages of a private session there is no bus to test on; where CI runs there is.
+        if (!session.problem().empty() && !test::PrivateAudioSession::mustBeThere())
+            GTEST_SKIP() << "no session can be started here: " << session.problem();
+        ASSERT_EQ(session.problem(), "");
+    }
+    void TearDown() override
+    {
+        doNotDisturb.reset();
+        ::unsetenv("XDG_CURRENT_DESKTOP");
+    }
+
+    void follow()
+    {
+        doNotDisturb = std::make_unique<DesktopDoNotDisturb>();
+        m_changes = doNotDisturb->onChange([this](bool isOn) { changes.push_back(isOn); });
+        settle();
+    }
+
+    /// Long enough for whatever is on its way.
+    static void settle()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < 300)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+
+    test::PrivateAudioSession session;
+    std::unique_ptr<DesktopDoNotDisturb> doNotDisturb;
+    std::vector<bool> changes;
+
+private:
+    int m_argumentCount = 1;
+    char m_name[5] = "test";
+    char* m_arguments[2] = {m_name, nullptr};
+    QCoreApplication m_application{m_argumentCount, m_arguments};
+    Subscription m_changes;
+};
+
+TEST_F(DesktopDoNotDisturbTest, OnADesktopWithoutAnyItIsOff)
+{
+    follow();
+    EXPECT_FALSE(doNotDisturb->isOn());
+    EXPECT_THAT(changes, IsEmpty());
+}
+
+TEST_F(DesktopDoNotDisturbTest, ThePropertyOfTheServerIsFollowed)
+{
+    InhibitableServer server(false);
+    follow();
+    server.inhibit(true);
+    settle();
+    EXPECT_TRUE(doNotDisturb->isOn());
+    server.inhibit(false);
+    settle();
+    EXPECT_THAT(changes, ElementsAre(true, false));
+}
+
+TEST_F(DesktopDoNotDisturbTest, WhatWasOnBeforeIsOnWithoutAChange)
+{
+    InhibitableServer server(true);
+    follow();
+    EXPECT_TRUE(doNotDisturb->isOn());
+    EXPECT_THAT(changes, IsEmpty());
+    server.inhibit(false);
+    settle();
+    EXPECT_THAT(changes, ElementsAre(false));
+}
+
+TEST_F(DesktopDoNotDisturbTest, AServerThatComesLaterIsAsked)
+{
+    follow();
+    const InhibitableServer server(true);
+    settle();
+    EXPECT_TRUE(doNotDisturb->isOn());
+    EXPECT_THAT(changes, IsEmpty());
+}
+
+TEST_F(DesktopDoNotDisturbTest, AServerThatRestartsHasNotChangedTheUsersMind)
+{
+    auto server = std::make_unique<InhibitableServer>(false);
+    follow();
+    server->inhibit(true);
+    settle();
+    server.reset();
+    settle();
+    EXPECT_TRUE(doNotDisturb->isOn());
+    server = std::make_unique<InhibitableServer>(true);
+    settle();
+    EXPECT_THAT(changes, ElementsAre(true));
+    server.reset();
+    server = std::make_unique<InhibitableServer>(false);
+    settle();
+    EXPECT_THAT(changes, ElementsAre(true, false));
+}
+
+TEST_F(DesktopDoNotDisturbTest, XfcesConfigurationCountsInItsOwnSession)
+{
+    ::setenv("XDG_CURRENT_DESKTOP", "XFCE", 1);
+    follow();
+    Configuration configuration(true);
+    settle();
+    EXPECT_TRUE(doNotDisturb->isOn());
+    EXPECT_THAT(changes, IsEmpty());
+    emit configuration.PropertyRemoved("xfce4-notifyd", "/do-not-disturb");
+    settle();
+    emit configuration.PropertyChanged("xfce4-notifyd", "/do-not-disturb", QDBusVariant(true));
+    emit configuration.PropertyChanged("xfce4-notifyd", "/theme", QDBusVariant(false));
+    emit configuration.PropertyChanged("another", "/do-not-disturb", QDBusVariant(false));
+    settle();
+    EXPECT_THAT(changes, ElementsAre(false, true));
+}
+
+TEST_F(DesktopDoNotDisturbTest, XfcesConfigurationDoesNotCountElsewhere)
+{
+    const Configuration configuration(true);
+    follow();
+    EXPECT_FALSE(doNotDisturb->isOn());
+}
+
+TEST_F(DesktopDoNotDisturbTest, GnomesSettingIsFollowed)
+{
+    ::setenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME", 1);
+    ::setenv("GSETTINGS_BACKEND", "keyfile", 1);
+    const auto showBanners = [](const char* value) {
+        return test::run({"gsettings", "set", "org.gnome.desktop.notifications", "show-banners", value}).status;
+    };
+    ASSERT_EQ(showBanners("true"), 0);
+    follow();
+    EXPECT_FALSE(doNotDisturb->isOn());
+    ASSERT_EQ(showBanners("false"), 0);
+    settle();
+    EXPECT_TRUE(doNotDisturb->isOn());
+    ASSERT_EQ(showBanners("true"), 0);
+    settle();
+    EXPECT_THAT(changes, ElementsAre(true, false));
+}
+
+} // namespace
+} // namespace velmor
+
+#include "DesktopDoNotDisturbTest.moc"
