@@ -177,6 +177,8 @@ int runDesktop()
     const SearchService searchService(shortcutSearch);
 
     const int status = QCoreApplication::exec();
+    // What has come in before is still done.
+    QCoreApplication::processEvents();
     hub.endForGood();
     widgetCenter.flush();
     // All is kept: another instance may begin while this one says its last words.

@@ -132,7 +132,7 @@ QVariant unpacked(const QVariant& value)
 Answer call(const Method& method, const QVariantList& arguments)
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
-    // First, so that nothing is done whose answer could not be read.
+    // First: an instance that ends in between leaves no answer without its names.
     const QDBusMessage description = bus.call(message("org.freedesktop.DBus.Introspectable", "Introspect"),
                                               QDBus::Block, answerMilliseconds);
     if (description.type() != QDBusMessage::ReplyMessage)

@@ -51,7 +51,7 @@ public slots:
         const WidgetLine line(snapshot, calendar, m_loop.now());
         // A bar that has gone away needs no more of them.
         if (!writeLine(m_wanted.isJson ? line.json() : line.text()))
-            std::exit(m_wanted.isWatch && errno == EPIPE ? EXIT_SUCCESS : EXIT_FAILURE);
+            std::_Exit(m_wanted.isWatch && errno == EPIPE ? EXIT_SUCCESS : EXIT_FAILURE);
         const auto until = line.validUntil();
         m_change = until ? m_loop.at(*until, [this] { show(); }) : nullptr;
     }

@@ -187,6 +187,21 @@ TEST_F(VelmorSessionFocusFilterTest, WhatAnotherAutomationHasFoundIsNotForgotten
     EXPECT_TRUE(session());
 }
 
+TEST_F(VelmorSessionFocusFilterTest, AnotherAutomationsEndLeavesTheNextFocusToFollow)
+{
+    const FocusFollower follower(*hub, doNotDisturb, filter);
+    hub->settings.focusFilterEnabled = true;
+    doNotDisturb.turn(true);
+    filter.perform("Outside");
+    EXPECT_FALSE(session());
+    doNotDisturb.turn(false);
+    EXPECT_FALSE(session());
+    doNotDisturb.turn(true);
+    EXPECT_TRUE(session());
+    doNotDisturb.turn(false);
+    EXPECT_FALSE(session());
+}
+
 TEST_F(VelmorSessionFocusFilterTest, WithoutANameTheLogSaysNil)
 {
     const FocusFollower follower(*hub, doNotDisturb, filter);

@@ -121,17 +121,22 @@ TEST_F(UrlProgramTest, ABurstAtAProgramThatIsNotRunningIsAnsweredInItsOrder)
     EXPECT_EQ(published->opened(), expected);
 }
 
-TEST_F(UrlProgramTest, AUrlThatMeetsTheEndOfTheProgramIsAnsweredAllTheSame)
+TEST_F(UrlProgramTest, AUrlThatMeetsTheEndOfTheProgramIsDoneAllTheSame)
 {
-    for (int i = 0; i < 5; ++i) {
+    for (std::size_t i = 0; i < 6; ++i) {
         startProgram();
         ::kill(program->process(), SIGTERM);
         std::this_thread::sleep_for(std::chrono::milliseconds(4 * i));
-        EXPECT_EQ(test::run({test::programPath("velmor"), "velmor://session?x-success=testapp:x"}).status, 0);
-        program->waitForEnd();
+        const auto client =
+            test::run({test::programPath("velmor"),
+                       "velmor://session/start?daw=" + std::to_string(i) + "&x-success=testapp:x"});
+        EXPECT_EQ(client.status, 0) << client.output;
+        EXPECT_EQ(program->waitForEnd(), 0);
         program.reset();
-        EXPECT_TRUE(waitForOpened(static_cast<std::size_t>(i) + 1)) << published->opened();
+        EXPECT_TRUE(waitForOpened(i + 1)) << published->opened();
         endActivated();
+        ASSERT_TRUE(waitForHistory(i + 1));
+        EXPECT_EQ(history()[0].dawName, std::to_string(i));
     }
 }
 

@@ -49,6 +49,12 @@ void AppState::endForGood()
     audioService.onDeviceDisconnected = nullptr;
     if (sessionManager.currentSession.get())
         endSession();
+    // Another instance may begin on the same files: nothing of this one writes to them any more.
+    for (Timer* timer :
+         {&m_splUpdateTimer, &m_readingSampleTimer, &m_midnightResetTimer, &m_captureRetryTimer})
+        timer->reset();
+    m_widgetSuite = nullptr;
+    m_widgetCenter = nullptr;
     m_self.reset();
 }
 

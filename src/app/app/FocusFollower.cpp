@@ -25,11 +25,15 @@ FocusFollower::~FocusFollower()
 
 void FocusFollower::follow(bool isOn)
 {
-    if (!m_hub.settings.focusFilterEnabled || isOn == m_filter.awaitsDeactivation() || isOn == m_hasActivated)
+    if (!m_hub.settings.focusFilterEnabled)
+        return;
+    const bool isWaited = m_filter.awaitsDeactivation();
+    const bool isItsEnd = std::exchange(m_hasActivated, false) && isWaited;
+    if (isOn ? isWaited : !isItsEnd)
         return;
     const std::string& daw = m_hub.settings.focusFilterDAW;
     m_filter.perform(daw.empty() ? std::nullopt : std::optional(daw));
-    m_hasActivated = isOn;
+    m_hasActivated = m_filter.awaitsDeactivation();
 }
 
 // A Focus that nobody follows any more has no end: what it found must not meet the next one.

@@ -19,8 +19,8 @@ class ShortcutSearch final : public SearchSource
 public:
     ShortcutSearch(const VelmorIntentSupport& support, IntentActions& actions);
 
-    /// Each word that was typed is the begin of one of the phrase's words. Case and punctuation don't count,
-    /// and less than three letters find nothing, nor does more than a line of text.
+    /// Each word that was typed is the begin of one of the phrase's words. Case and ASCII punctuation don't
+    /// count, and less than three letters find nothing, nor does more than a line of text.
     std::vector<SearchResult> find(std::string_view text) const override;
     std::optional<SearchResult> result(std::string_view id) const override;
     void choose(std::string_view id) override { m_actions.perform(id); }

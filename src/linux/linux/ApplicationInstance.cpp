@@ -91,10 +91,15 @@ ApplicationInstance::ApplicationInstance(Callbacks callbacks)
 ApplicationInstance::~ApplicationInstance()
 {
     giveUpName();
+    // Comes back when all that was said before has left.
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (bus.isConnected())
+        bus.interface()->isServiceRegistered(qText(ApplicationName::busName));
 }
 
 void ApplicationInstance::giveUpName()
 {
+    m_isEnding = true;
     if (std::exchange(m_role, Role::alone) == Role::first)
         QDBusConnection::sessionBus().unregisterService(qText(ApplicationName::busName));
 }
@@ -106,28 +111,33 @@ Subscription ApplicationInstance::onOpen(const std::function<void(const std::vec
 
 BusInterface ApplicationInstance::application()
 {
-    BusMethod activate = {
-        "Activate", {{"platform_data", "a{sv}"}}, {}, [this](const BusValues&) -> BusValues {
-            m_callbacks.onActivate();
+    const auto unlessEnding = [this](std::function<void(const BusValues&)> handle) {
+        return [this, handle = std::move(handle)](const BusValues& arguments) -> BusValues {
+            if (m_isEnding)
+                throw BusError(ApplicationName::endingError, "Velmor is ending.");
+            handle(arguments);
             return {};
-        }};
+        };
+    };
+    BusMethod activate = {"Activate",
+                          {{"platform_data", "a{sv}"}},
+                          {},
+                          unlessEnding([this](const BusValues&) { m_callbacks.onActivate(); })};
     BusMethod open = {"Open",
                       {{"uris", "as"}, {"platform_data", "a{sv}"}},
                       {},
-                      [this](const BusValues& arguments) -> BusValues {
+                      unlessEnding([this](const BusValues& arguments) {
                           auto texts = std::get<std::vector<std::string>>(arguments[0]);
                           for (std::string& text : texts)
                               text = withCodedSpaces(text);
                           m_opened(texts);
-                          return {};
-                      }};
+                      })};
     BusMethod activateAction = {"ActivateAction",
                                 {{"action_name", "s"}, {"parameter", "av"}, {"platform_data", "a{sv}"}},
                                 {},
-                                [this](const BusValues& arguments) -> BusValues {
+                                unlessEnding([this](const BusValues& arguments) {
                                     m_callbacks.onAction(std::get<std::string>(arguments[0]));
-                                    return {};
-                                }};
+                                })};
     return {
         ApplicationName::interface, {std::move(activate), std::move(open), std::move(activateAction)}, {}};
 }

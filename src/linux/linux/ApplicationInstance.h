@@ -43,7 +43,8 @@ public:
     /// A space, which some desktops decode before they hand a URL on, is taken for its percent code.
     Subscription onOpen(const std::function<void(const std::vector<std::string>&)>& callback) override;
 
-    /// Nobody finds this instance any more, and another one may be the first.
+    /// Nobody finds this instance any more, and another one may be the first. Who has found it before is told
+    /// to try again.
     void giveUpName();
 
     /// What else the program offers, under the same name.
@@ -59,6 +60,7 @@ private:
     BusObject m_object;
     std::unique_ptr<BusWatch> m_busWatch;
     Role m_role = Role::alone;
+    bool m_isEnding = false;
 };
 
 } // namespace velmor

@@ -8,4 +8,7 @@ inline constexpr auto busName = "dev.brightfen.velmor";
 inline constexpr auto objectPath = "/dev/brightfen/velmor";
 inline constexpr auto interface = "org.freedesktop.Application";
 
+/// The error of a call to an instance that is ending: the next one takes it.
+inline constexpr auto endingError = "dev.brightfen.velmor.Error.Ending";
+
 } // namespace velmor::ApplicationName

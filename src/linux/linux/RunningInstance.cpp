@@ -10,6 +10,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QDBusReply>
 #include <QString>
 #include <QStringList>
 #include <QVariantList>
@@ -35,9 +36,10 @@ QDBusMessage call(const char* method)
                                           qText(ApplicationName::interface), QString::fromLatin1(method));
 }
 
-bool isRunning()
+/// Who has the name; empty where nobody has.
+QString owner()
 {
-    return QDBusConnection::sessionBus().interface()->isServiceRegistered(qText(ApplicationName::busName));
+    return QDBusConnection::sessionBus().interface()->serviceOwner(qText(ApplicationName::busName)).value();
 }
 
 /// Starts the program and waits until others find it.
@@ -46,7 +48,7 @@ bool start(const std::filesystem::path& program)
     if (!startProgram({program.native()}))
         return false;
     for (int i = 0; i < startChecks; ++i) {
-        if (isRunning())
+        if (!owner().isEmpty())
             return true;
         std::this_thread::sleep_for(startCheckInterval);
     }
@@ -60,9 +62,12 @@ bool isArrived(const QDBusMessage& message, const std::filesystem::path& program
         printLine("no session bus: {}", text(bus.lastError().message()));
         return false;
     }
+    const QString first = owner();
     QDBusMessage reply = bus.call(message, QDBus::Block, answerMilliseconds);
     // One that was just ending has not taken it.
-    if (QDBusError(reply).type() == QDBusError::NoReply && !isRunning())
+    const bool isEnding = reply.errorName() == qText(ApplicationName::endingError);
+    const bool hasEnded = QDBusError(reply).type() == QDBusError::NoReply && owner() != first;
+    if (isEnding || hasEnded)
         reply = bus.call(message, QDBus::Block, answerMilliseconds);
     if (QDBusError(reply).type() == QDBusError::ServiceUnknown && start(program))
         reply = bus.call(message, QDBus::Block, answerMilliseconds);

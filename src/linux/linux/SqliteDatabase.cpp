@@ -3,7 +3,45 @@
 
 #include <sqlite3.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+
 namespace velmor {
+
+namespace {
+
+struct Binder
+{
+    sqlite3_stmt* statement;
+    int index;
+
+    void operator()(std::monostate) const { ::sqlite3_bind_null(statement, index); }
+    void operator()(std::int64_t number) const { ::sqlite3_bind_int64(statement, index, number); }
+    void operator()(double number) const { ::sqlite3_bind_double(statement, index, number); }
+    void operator()(std::string_view text) const
+    {
+        // SQLite takes a null pointer for NULL, not for an empty text.
+        ::sqlite3_bind_text64(statement, index, text.data() ? text.data() : "", text.size(), SQLITE_STATIC,
+                              SQLITE_UTF8);
+    }
+    void operator()(const std::string& text) const
+    {
+        ::sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+    }
+    void operator()(std::span<const std::byte> blob) const
+    {
+        if (blob.empty())
+            ::sqlite3_bind_zeroblob(statement, index, 0);
+        else
+            ::sqlite3_bind_blob64(statement, index, blob.data(), blob.size(), SQLITE_STATIC);
+    }
+};
+
+} // namespace
 
 void CloseDatabase::operator()(sqlite3* database) const
 {
@@ -40,6 +78,11 @@ DatabaseColumn columnOf(sqlite3_stmt* statement, int index)
     default:
         return std::monostate();
     }
+}
+
+void bindValue(sqlite3_stmt* statement, int index, const DatabaseColumn& value)
+{
+    std::visit(Binder{statement, index}, value);
 }
 
 } // namespace velmor

@@ -34,7 +34,7 @@ std::optional<DefaultsValue> SqliteDefaultsReader::value(std::string_view key) c
     const Statement statement = prepared(database.get(), "SELECT type, value FROM defaults WHERE key = ?1");
     if (!statement)
         return std::nullopt;
-    ::sqlite3_bind_text64(statement.get(), 1, key.data(), key.size(), SQLITE_STATIC, SQLITE_UTF8);
+    bindValue(statement.get(), 1, key);
     if (::sqlite3_step(statement.get()) != SQLITE_ROW)
         return std::nullopt;
     const DatabaseColumn type = columnOf(statement.get(), 0);

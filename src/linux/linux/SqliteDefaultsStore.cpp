@@ -32,33 +32,6 @@ constexpr auto upsertSql = "INSERT INTO defaults(key, type, value) VALUES(?1, ?2
 /// How long a commit waits for another process that writes the same database.
 constexpr int busyTimeoutMilliseconds = 2000;
 
-struct Binder
-{
-    sqlite3_stmt* statement;
-    int index;
-
-    void operator()(std::monostate) const { ::sqlite3_bind_null(statement, index); }
-    void operator()(std::int64_t number) const { ::sqlite3_bind_int64(statement, index, number); }
-    void operator()(double number) const { ::sqlite3_bind_double(statement, index, number); }
-    void operator()(std::string_view text) const
-    {
-        // SQLite takes a null pointer for NULL, not for an empty text.
-        ::sqlite3_bind_text64(statement, index, text.data() ? text.data() : "", text.size(), SQLITE_STATIC,
-                              SQLITE_UTF8);
-    }
-    void operator()(const std::string& text) const
-    {
-        ::sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
-    }
-    void operator()(std::span<const std::byte> blob) const
-    {
-        if (blob.empty())
-            ::sqlite3_bind_zeroblob(statement, index, 0);
-        else
-            ::sqlite3_bind_blob64(statement, index, blob.data(), blob.size(), SQLITE_STATIC);
-    }
-};
-
 /// Result codes of a host that can't be written or read now, as against a file that is damaged.
 bool isTroubleOfTheHost(int resultCode)
 {
@@ -167,7 +140,8 @@ Opened openForWriting(const std::filesystem::path& file)
                         "(key TEXT PRIMARY KEY, type TEXT NOT NULL, value) WITHOUT ROWID"))
         readValues(opened);
     if (opened.succeeded() && !prepared(database, upsertSql)) {
-        opened.resultCode = SQLITE_CORRUPT;
+        // A table of another kind is damage; a disk that fails is not.
+        opened.resultCode = ::sqlite3_extended_errcode(database);
         opened.error = ::sqlite3_errmsg(database);
     }
     if (opened.succeeded())
@@ -397,15 +371,15 @@ private:
 
     bool write(const std::string& key, const DefaultsValue& value)
     {
-        std::visit(Binder{m_upsert.get(), 1}, DatabaseColumn(std::string_view(key)));
-        std::visit(Binder{m_upsert.get(), 2}, DatabaseColumn(typeName(value)));
-        std::visit(Binder{m_upsert.get(), 3}, encodedDefaultsValue(value));
+        bindValue(m_upsert.get(), 1, std::string_view(key));
+        bindValue(m_upsert.get(), 2, typeName(value));
+        bindValue(m_upsert.get(), 3, encodedDefaultsValue(value));
         return finish(m_upsert.get());
     }
 
     bool erase(const std::string& key)
     {
-        std::visit(Binder{m_delete.get(), 1}, DatabaseColumn(std::string_view(key)));
+        bindValue(m_delete.get(), 1, std::string_view(key));
         return finish(m_delete.get());
     }
 
