@@ -263,6 +263,9 @@ std::optional<std::string> VelmorWidgetSnapshot::encoded() const
 
 std::optional<VelmorWidgetSnapshot> VelmorWidgetSnapshot::decoded(std::string_view json)
 {
+    // Data of no length may lie nowhere, which the parser doesn't take.
+    if (json.empty())
+        return std::nullopt;
     try {
         dom::parser parser;
         const dom::object object = parser.parse(json.data(), json.size());
