@@ -193,10 +193,11 @@ void describe(CLI::App& program, Wanted& wanted)
         command(program, "focus", "Whether Do Not Disturb starts and ends a session", [&wanted] {
             return finish(call({focusFilter, "GetSettings"}), wanted, focusState);
         });
-    command(*focus, "on", "Let it", [&wanted] {
+    command(*focus, "on", "Start a session when it goes on, end it when it goes off", [&wanted] {
         return setFocus(true, wanted);
     })->add_option("NAME", wanted.name, "A label for the session; the one before if none is given");
-    command(*focus, "off", "Don't let it", [&wanted] { return setFocus(false, wanted); });
+    command(*focus, "off", "Start and end none; this is the default",
+            [&wanted] { return setFocus(false, wanted); });
 }
 
 } // namespace

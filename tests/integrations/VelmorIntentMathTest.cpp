@@ -101,6 +101,22 @@ TEST_F(VelmorIntentMathTest, AStreakGoesOverChangesOfTheClocks)
     EXPECT_EQ(VelmorIntentMath::streak(sessions, 50, moment("2026-09-06T15:00:00Z"), santiago), 1);
 }
 
+TEST_F(VelmorIntentMathTest, ADayThatTheClocksSkipNeitherCountsNorEndsAStreak)
+{
+    // Samoa went over the date line: there was no 30 December 2011.
+    const Calendar apia = Calendar::inZone("Pacific/Apia").value();
+    std::vector<Session> sessions = {session("2011-12-31", 9), session("2011-12-30", 4),
+                                     session("2011-12-29", 2)};
+    for (Session& each : sessions)
+        each.startDate -= std::chrono::hours(8); // 02:00 UTC: 31, 29 and 28 December there.
+    const Date newYear = moment("2012-01-01T02:00:00Z");
+    EXPECT_EQ(VelmorIntentMath::streak(sessions, 50, newYear, apia), 3);
+    const auto sum = VelmorIntentMath::weeklySummary(sessions, 9, newYear, apia);
+    EXPECT_DOUBLE_EQ(sum.avgDosePercent, 15.0 / 7);
+    EXPECT_EQ(sum.warningDayCount, 1);
+    EXPECT_EQ(sum.sessionCount, 3);
+}
+
 TEST_F(VelmorIntentMathTest, TheWeekIsTheSevenDaysBeforeToday)
 {
     const auto sum =

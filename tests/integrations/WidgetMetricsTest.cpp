@@ -126,6 +126,21 @@ TEST_F(WidgetMetricsTest, TheWeekGoesOverSkippedMidnights)
               (Doses{0, 0, 0, 5, 6, 7, 8}));
 }
 
+TEST_F(WidgetMetricsTest, ADayThatTheClocksSkipIsNoneAndCountsNothingTwice)
+{
+    // Samoa went over the date line: there was no 30 December 2011.
+    const Calendar apia = Calendar::inZone("Pacific/Apia").value();
+    const std::vector<Session> history = {session("2011-12-31T02:00:00Z", 9, 30, 30, 0), // 31 December there
+                                          session("2011-12-30T02:00:00Z", 4, 0, 60, 0)}; // 29 December
+    const Date now2 = moment("2012-01-01T02:00:00Z");                                    // 1 January
+    EXPECT_EQ(WidgetMetrics::weekDoses(history, 1, apia, now2), (Doses{0, 0, 0, 4, 0, 9, 1}));
+    const auto shares = WidgetMetrics::weeklyOnTarget(history, apia, now2);
+    EXPECT_EQ(shares.perDay[3], 100.0);
+    EXPECT_EQ(shares.perDay[4], std::nullopt);
+    EXPECT_EQ(shares.perDay[5], 50.0);
+    EXPECT_EQ(shares.overall, 75.0);
+}
+
 TEST_F(WidgetMetricsTest, ADoseOf100PercentOnOneDayIsLessThan85OverTheWeek)
 {
     // 85 + 10 log10(1/5)

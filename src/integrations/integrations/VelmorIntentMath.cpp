@@ -11,10 +11,11 @@ namespace {
 constexpr std::int64_t longestPauseMinutes = 1440;
 constexpr std::int64_t daysOfWeek = 7;
 
-/// The start of the day so many days from the one that a moment lies in.
-std::optional<Date> startOfDay(Date moment, std::int64_t days, const Calendar& calendar)
+/// The start of the day so many days before the one that a moment lies in. A day that the clocks skip as a
+/// whole has that of the day after it.
+std::optional<Date> startOfDayBefore(Date moment, std::int64_t days, const Calendar& calendar)
 {
-    const auto day = calendar.addingDays(calendar.startOfDay(moment), days);
+    const auto day = calendar.addingDays(calendar.startOfDay(moment), -days);
     return day ? std::optional(calendar.startOfDay(*day)) : std::nullopt;
 }
 
@@ -48,40 +49,47 @@ std::int64_t streak(std::span<const Session> sessions, double threshold, Date no
 {
     const auto totals = dailyDoseTotals(sessions, calendar);
     std::int64_t days = 0;
-    auto cursor = startOfDay(now, -1, calendar);
-    while (cursor) {
+    Date dayAfter = calendar.startOfDay(now);
+    for (std::int64_t before = 1;; ++before) {
+        const auto cursor = startOfDayBefore(now, before, calendar);
+        if (!cursor)
+            return days;
+        if (*cursor == dayAfter)
+            continue;
         const auto total = totals.find(*cursor);
         if (total == totals.end() || !(total->second < threshold))
-            break;
+            return days;
         ++days;
-        cursor = startOfDay(*cursor, -1, calendar);
+        dayAfter = *cursor;
     }
-    return days;
 }
 
 Weekly weeklySummary(std::span<const Session> sessions, double warningThreshold, Date now,
                      const Calendar& calendar)
 {
     const auto totals = dailyDoseTotals(sessions, calendar);
-    const auto yesterday = startOfDay(now, -1, calendar);
+    const Date today = calendar.startOfDay(now);
+    const auto yesterday = startOfDayBefore(now, 1, calendar);
     if (!yesterday)
         return {};
     Weekly weekly;
     double sum = 0;
-    for (std::int64_t offset = 0; offset > -daysOfWeek; --offset) {
-        const auto day = startOfDay(*yesterday, offset, calendar);
-        if (!day)
+    Date dayAfter = today;
+    for (std::int64_t before = 1; before <= daysOfWeek; ++before) {
+        const auto day = startOfDayBefore(now, before, calendar);
+        if (!day || *day == dayAfter)
             continue;
+        dayAfter = *day;
         const auto found = totals.find(*day);
         const double total = found != totals.end() ? found->second : 0;
         sum += total;
         if (warningThreshold <= total)
             ++weekly.warningDayCount;
     }
-    const Date start = startOfDay(*yesterday, 1 - daysOfWeek, calendar).value_or(*yesterday);
+    const Date start = startOfDayBefore(now, daysOfWeek, calendar).value_or(*yesterday);
     for (const Session& session : sessions) {
         const Date day = calendar.startOfDay(session.startDate);
-        if (start <= day && day <= *yesterday)
+        if (start <= day && day < today)
             ++weekly.sessionCount;
     }
     weekly.avgDosePercent = sum / static_cast<double>(daysOfWeek);

@@ -31,7 +31,8 @@ struct ActiveTime
     std::optional<double> share() const { return onTargetShare(onTarget, measured); }
 };
 
-/// The seven days up to today, each by its start; absent where it can't be formed.
+/// The seven days up to today, each by its start; absent where it can't be formed. A day that the clocks skip
+/// as a whole comes out as the day after it, and is none.
 std::array<std::optional<Date>, daysShown> weekUpTo(Date now, const Calendar& calendar)
 {
     const Date today = calendar.startOfDay(now);
@@ -39,6 +40,10 @@ std::array<std::optional<Date>, daysShown> weekUpTo(Date now, const Calendar& ca
     for (int i = 0; i < daysShown; ++i) {
         if (const auto day = calendar.addingDays(today, i - (daysShown - 1)))
             days[static_cast<std::size_t>(i)] = calendar.startOfDay(*day);
+    }
+    for (std::size_t i = 0; i + 1 < days.size(); ++i) {
+        if (days[i] == days[i + 1])
+            days[i].reset();
     }
     return days;
 }
@@ -88,7 +93,8 @@ WeeklyOnTarget weeklyOnTarget(std::span<const Session> history, const Calendar& 
 {
     const Date today = calendar.startOfDay(now);
     const auto days = weekUpTo(now, calendar);
-    const Date weekStart = days.front().value_or(today);
+    const auto sixDaysAgo = calendar.addingDays(today, 1 - daysShown);
+    const Date weekStart = sixDaysAgo ? calendar.startOfDay(*sixDaysAgo) : today;
     ActiveTime week;
     std::array<ActiveTime, daysShown> perDay;
     for (const Session& session : history) {
