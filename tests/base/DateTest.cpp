@@ -78,5 +78,14 @@ TEST(Date, SecondsBetweenTwoMomentsAreTheNearestDouble)
     EXPECT_EQ(nanosecondsFrom(-0.4), -400ms);
 }
 
+TEST(Date, WholeSecondsAreCutOffTowardsZero)
+{
+    const Date start = dateFromIsoText("2026-03-02T09:00:00Z").value();
+    EXPECT_EQ(wholeSecondsBetween(start, start + std::chrono::nanoseconds(99'999'999'999)), 99);
+    EXPECT_EQ(wholeSecondsBetween(start, start + std::chrono::seconds(100)), 100);
+    EXPECT_EQ(wholeSecondsBetween(start, start - std::chrono::milliseconds(1500)), -1);
+    EXPECT_EQ(wholeSecondsBetween(Date::min(), Date::max()), 18'446'744'073);
+}
+
 } // namespace
 } // namespace velmor

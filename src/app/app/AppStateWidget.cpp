@@ -2,40 +2,18 @@
 // What the hub tells widgets.
 #include <app/AppState.h>
 
+#include <base/Vocabulary.h>
+#include <discipline/ReferenceLevelSettings.h>
 #include <integrations/VelmorIntentMath.h>
 #include <integrations/VelmorWidgetSnapshot.h>
 #include <integrations/WidgetMetrics.h>
 
-#include <algorithm>
-#include <array>
-#include <string_view>
-
 namespace velmor {
-
-namespace {
-
-/// A day below this dose, in percent, goes on with a streak.
-constexpr double streakThreshold = 50.0;
-
-struct PresetLabel
-{
-    std::string_view presetID;
-    std::string_view label;
-};
-
-constexpr std::array presetLabels = {
-    PresetLabel{"mastering", "Mastering"},
-    PresetLabel{"k14", "K-14"},
-    PresetLabel{"k12", "K-12"},
-    PresetLabel{"k20", "K-20"},
-};
-
-} // namespace
 
 std::string AppState::shortPresetLabel(const std::string& presetID)
 {
-    const auto row = std::ranges::find(presetLabels, presetID, &PresetLabel::presetID);
-    return std::string(row != presetLabels.end() ? row->label : "Custom");
+    const auto preset = valueFromRaw(referenceLevelPresets, presetID).value_or(ReferenceLevelPreset::custom);
+    return std::string(rowOf(referenceLevelPresets, preset).shortLabel);
 }
 
 void AppState::writeWidgetSnapshot(bool reload)
@@ -68,7 +46,8 @@ void AppState::writeWidgetSnapshot(bool reload)
     snapshot.lastDBA = audioService.currentSPL;
     snapshot.lastDBC = audioService.currentDBC;
     snapshot.isMeasuring = audioService.isRunning;
-    snapshot.streakDays = VelmorIntentMath::streak(history, streakThreshold, now, m_calendar);
+    snapshot.streakDays =
+        VelmorIntentMath::streak(history, VelmorIntentMath::streakThreshold, now, m_calendar);
     snapshot.weeklyLEX = WidgetMetrics::weeklyLEX(weekDoses);
     snapshot.monitoringPreset = shortPresetLabel(reference.presetID);
     snapshot.updatedAt = now;

@@ -4,7 +4,6 @@
 #include <integrations/VelmorIntentMath.h>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace velmor {
@@ -13,14 +12,8 @@ namespace {
 
 using Case = VelmorIntentError::Case;
 
-/// A day below this dose goes on with a streak; one from the other on counts as a warning. Percent.
-constexpr double streakThreshold = 50.0;
+/// From this dose on, in percent, a day counts as a warning.
 constexpr double warningThreshold = 70.0;
-
-std::int64_t wholeSeconds(Date from, Date to)
-{
-    return std::chrono::duration_cast<std::chrono::seconds>(to - from).count();
-}
 
 template <typename Value>
 IntentResult<Value> shown(Value value)
@@ -61,12 +54,12 @@ GetMonitoringStatsIntent::perform(const VelmorIntentSupport& support) const
     const auto& history = hub->sessionManager.sessionHistory.get();
     const Date now = hub->now();
     const auto weekly = VelmorIntentMath::weeklySummary(history, warningThreshold, now, hub->calendar());
-    return shown(VelmorMonitoringStats{
-        .streakDays = VelmorIntentMath::streak(history, streakThreshold, now, hub->calendar()),
-        .todayDosePercent = hub->doseCalculator.dosePercentage,
-        .weeklyAvgDosePercent = weekly.avgDosePercent,
-        .weeklySessionCount = weekly.sessionCount,
-        .weeklyWarningDayCount = weekly.warningDayCount});
+    return shown(VelmorMonitoringStats{.streakDays = VelmorIntentMath::streak(
+                                           history, VelmorIntentMath::streakThreshold, now, hub->calendar()),
+                                       .todayDosePercent = hub->doseCalculator.dosePercentage,
+                                       .weeklyAvgDosePercent = weekly.avgDosePercent,
+                                       .weeklySessionCount = weekly.sessionCount,
+                                       .weeklyWarningDayCount = weekly.warningDayCount});
 }
 
 std::string StartMixingSessionIntent::perform(const VelmorIntentSupport& support) const
@@ -85,11 +78,12 @@ IntentResult<VelmorSessionSummary> EndMixingSessionIntent::perform(const VelmorI
     const auto& session = hub->sessionManager.currentSession.get();
     if (!session)
         throw VelmorIntentError(Case::sessionNotActive);
-    auto result = shown(VelmorSessionSummary{.finalDosePercent = session->doseAccumulated,
-                                             .daw = session->dawName,
-                                             .elapsedSeconds = wholeSeconds(session->startDate, hub->now()),
-                                             .peakDBA = session->peakSPL,
-                                             .peakDBC = session->peakDBC});
+    auto result =
+        shown(VelmorSessionSummary{.finalDosePercent = session->doseAccumulated,
+                                   .daw = session->dawName,
+                                   .elapsedSeconds = wholeSecondsBetween(session->startDate, hub->now()),
+                                   .peakDBA = session->peakSPL,
+                                   .peakDBC = session->peakDBC});
     hub->endSession();
     return result;
 }
@@ -106,7 +100,7 @@ IntentResult<VelmorPauseSnapshot> PauseMonitoringIntent::perform(const VelmorInt
     const PauseState state = hub->pauseService.state(now);
     VelmorPauseSnapshot snapshot{.paused = state.isPaused};
     if (state.pauseUntil)
-        snapshot.resumeInSeconds = wholeSeconds(now, *state.pauseUntil);
+        snapshot.resumeInSeconds = wholeSecondsBetween(now, *state.pauseUntil);
     return {snapshot, snapshot.displayRepresentation().title};
 }
 

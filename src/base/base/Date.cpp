@@ -19,6 +19,11 @@ double secondsBetween(Date from, Date to)
     return static_cast<double>(nanoseconds) / 1e9;
 }
 
+std::int64_t wholeSecondsBetween(Date from, Date to)
+{
+    return static_cast<std::int64_t>(secondsBetween(from, to));
+}
+
 chrono::nanoseconds nanosecondsFrom(double seconds)
 {
     return chrono::nanoseconds(std::llround(seconds * 1e9));

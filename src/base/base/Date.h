@@ -3,6 +3,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,9 @@ using Date = std::chrono::sys_time<std::chrono::nanoseconds>;
 
 /// Seconds from one moment to a later one; negative when `to` is the earlier of the two.
 double secondsBetween(Date from, Date to);
+
+/// The same in whole seconds; a fraction is cut off towards zero.
+std::int64_t wholeSecondsBetween(Date from, Date to);
 
 /// The duration nearest to a number of seconds.
 std::chrono::nanoseconds nanosecondsFrom(double seconds);

@@ -30,15 +30,16 @@ struct ReferenceLevelPresetRow
     std::string_view rawValue;
     std::optional<double> suggestedTarget; ///< dBA; absent for the user's own.
     std::string_view label;
+    std::string_view shortLabel; ///< Where there is little room.
 };
 
 /// In the order of a picker.
 inline constexpr std::array<ReferenceLevelPresetRow, 5> referenceLevelPresets = {{
-    {ReferenceLevelPreset::mastering, "mastering", 73.0, "73 dBA — Mastering"},
-    {ReferenceLevelPreset::k14, "k14", 79.0, "79 dBA — K-14 Mixing"},
-    {ReferenceLevelPreset::k12, "k12", 83.0, "83 dBA — K-12 / Broadcast"},
-    {ReferenceLevelPreset::k20, "k20", 85.0, "85 dBA — K-20 / Dolby / Film"},
-    {ReferenceLevelPreset::custom, "custom", std::nullopt, "Custom"},
+    {ReferenceLevelPreset::mastering, "mastering", 73.0, "73 dBA — Mastering", "Mastering"},
+    {ReferenceLevelPreset::k14, "k14", 79.0, "79 dBA — K-14 Mixing", "K-14"},
+    {ReferenceLevelPreset::k12, "k12", 83.0, "83 dBA — K-12 / Broadcast", "K-12"},
+    {ReferenceLevelPreset::k20, "k20", 85.0, "85 dBA — K-20 / Dolby / Film", "K-20"},
+    {ReferenceLevelPreset::custom, "custom", std::nullopt, "Custom", "Custom"},
 }};
 
 /// A tolerance to choose, in dB.

@@ -16,6 +16,9 @@ namespace velmor {
 /// The arithmetic that the automation and the widget share, over the history of sessions. Doses in percent.
 namespace VelmorIntentMath {
 
+/// A finished day below this dose, in percent, goes on with a streak.
+inline constexpr double streakThreshold = 50.0;
+
 /// What the seven days before today add up to.
 struct Weekly
 {

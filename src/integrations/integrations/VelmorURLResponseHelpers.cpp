@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 
 namespace velmor::VelmorURLResponseHelpers {
 
@@ -24,7 +23,7 @@ std::string word(bool flag)
 
 std::string wholeSeconds(Date from, Date to)
 {
-    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(to - from).count());
+    return std::to_string(wholeSecondsBetween(from, to));
 }
 
 } // namespace

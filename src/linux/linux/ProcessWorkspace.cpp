@@ -122,7 +122,7 @@ void ProcessWorkspace::scan()
     // Where an exit can't be watched, the list tells of it, or that nothing is left to be read.
     std::vector<pid_t> gone;
     for (const auto& [id, member] : m_members) {
-        if (!isListed(id) || (!member.exitWatch && !readProcess(m_processes, id)))
+        if (!isListed(id) || (!member.endWatch && !readProcess(m_processes, id)))
             gone.push_back(id);
     }
     for (const pid_t id : gone)
@@ -380,14 +380,9 @@ bool ProcessWorkspace::isRunning(const std::string& bundleID) const
 
 void ProcessWorkspace::watchExit(pid_t id, Member& member)
 {
-    if (!m_hasRealProcesses)
-        return;
-    // Close-on-exec by itself. Where it fails the next list tells.
-    const auto descriptor = static_cast<int>(::syscall(SYS_pidfd_open, id, 0U));
-    if (descriptor < 0)
-        return;
-    member.descriptor = std::shared_ptr<void>(nullptr, [descriptor](void*) { ::close(descriptor); });
-    member.exitWatch = m_loop.watch(descriptor, [this, id] { leave(id); });
+    // Where it fails the next list tells.
+    if (m_hasRealProcesses)
+        member.endWatch = ProcessEndWatch::of(id, m_loop, [this, id] { leave(id); });
 }
 
 Application ProcessWorkspace::applicationWithID(const std::string& id) const

@@ -3,6 +3,7 @@
 
 #include <linux/DescriptorMainLoop.h>
 #include <linux/DesktopEntries.h>
+#include <linux/ProcessEndWatch.h>
 #include <linux/ProcessInfo.h>
 #include <linux/UrlOpener.h>
 #include <platform/Workspace.h>
@@ -66,8 +67,7 @@ private:
         Identity identity;
         std::string executable;
         std::string scopePath;
-        std::shared_ptr<void> descriptor;
-        std::unique_ptr<DescriptorWatch> exitWatch;
+        std::unique_ptr<ProcessEndWatch> endWatch;
     };
 
     /// A process of a program that another process of the same program has started.

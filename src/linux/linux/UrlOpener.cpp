@@ -6,9 +6,7 @@
 
 #include <utility>
 
-#include <sys/syscall.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace velmor {
 
@@ -54,13 +52,8 @@ void UrlOpener::startNext()
             continue;
         }
         m_isMissing = false;
-        Child& child = m_children[*id];
-        // Close-on-exec by itself. Where it fails the patience ends the wait.
-        const auto descriptor = static_cast<int>(::syscall(SYS_pidfd_open, *id, 0U));
-        if (descriptor >= 0) {
-            child.descriptor = std::shared_ptr<void>(nullptr, [descriptor](void*) { ::close(descriptor); });
-            child.exitWatch = m_loop.watch(descriptor, [this, id = *id] { reap(id); });
-        }
+        // Where the end can't be watched the patience ends the wait.
+        m_children[*id] = ProcessEndWatch::of(*id, m_loop, [this, id = *id] { reap(id); });
         m_current = *id;
         m_patience = m_loop.every(patienceSeconds, [this] { goOn(); });
     }
@@ -71,7 +64,7 @@ void UrlOpener::goOn()
     const Timer last = std::move(m_patience);
     m_current = 0;
     std::erase_if(m_children, [](const auto& child) {
-        return !child.second.exitWatch && ::waitpid(child.first, nullptr, WNOHANG) != 0;
+        return !child.second && ::waitpid(child.first, nullptr, WNOHANG) != 0;
     });
     startNext();
 }

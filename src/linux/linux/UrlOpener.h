@@ -2,6 +2,7 @@
 #pragma once
 
 #include <linux/DescriptorMainLoop.h>
+#include <linux/ProcessEndWatch.h>
 
 #include <cstddef>
 #include <deque>
@@ -33,12 +34,6 @@ public:
     void open(const std::string& url);
 
 private:
-    struct Child
-    {
-        std::shared_ptr<void> descriptor;
-        std::unique_ptr<DescriptorWatch> exitWatch;
-    };
-
     void startNext();
     void goOn();
     void reap(pid_t id);
@@ -46,7 +41,7 @@ private:
     DescriptorMainLoop& m_loop;
     std::string m_program;
     std::deque<std::string> m_waiting;
-    std::map<pid_t, Child> m_children;
+    std::map<pid_t, std::unique_ptr<ProcessEndWatch>> m_children; ///< Null where that can't be watched.
     pid_t m_current = 0; ///< The one that the next URL waits for; 0 for none.
     Timer m_patience;
     bool m_isMissing = false; ///< The program; that has been printed.
