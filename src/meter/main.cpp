@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <base/Print.h>
+#include <meter/CalibrationTasks.h>
 #include <meter/FileMeasurement.h>
 #include <meter/LiveMeasurement.h>
 #include <meter/MeterError.h>
@@ -108,6 +109,12 @@ int run(const Options& options)
     switch (options.task) {
     case Options::Task::listDevices:
         print(deviceList(options.json));
+        return EXIT_SUCCESS;
+    case Options::Task::writeNoise:
+        writeNoise(options);
+        return EXIT_SUCCESS;
+    case Options::Task::analyzeMicResponse:
+        print(analyzeMicResponse(options));
         return EXIT_SUCCESS;
     case Options::Task::measureLive:
         setPrintedLines(PrintedLines::onStandardError);

@@ -20,6 +20,7 @@
 #include <linux/LevelStream.h>
 #include <linux/PipeWireCapture.h>
 #include <linux/PipeWireGraph.h>
+#include <linux/PipeWirePlayback.h>
 #include <linux/ProcessWorkspace.h>
 #include <linux/QtMainLoop.h>
 #include <linux/RunningInstance.h>
@@ -144,6 +145,7 @@ int runDesktop()
     Calendar calendar = Calendar::current();
     PipeWireGraph graph(loop);
     PipeWireCapture capture(loop, graph);
+    PipeWirePlayback playback(loop, graph);
     AlertSound alertSound(loop, graph, baseFolders.allData());
     DesktopDoNotDisturb doNotDisturb;
     DesktopNotificationCenter notificationCenter(loop, [&](const std::string& name, NotificationSound kind) {
@@ -154,9 +156,9 @@ int runDesktop()
     ProcessWorkspace workspace(loop, baseFolders.allData());
     BusWidgetCenter widgetCenter(instance.object(), widgetSuite);
 
-    AppState hub({loop, capture, graph, defaults, calendar, notificationCenter, loginItem, workspace,
-                  SessionStorage::inApplicationSupport(baseFolders.data), SessionManager::Bundle::installed,
-                  &widgetSuite, &widgetCenter, &instance});
+    AppState hub({loop, capture, graph, playback, defaults, calendar, notificationCenter, loginItem,
+                  workspace, SessionStorage::inApplicationSupport(baseFolders.data),
+                  SessionManager::Bundle::installed, &widgetSuite, &widgetCenter, &instance});
     const TimeZoneWatch timeZoneWatch(loop, [&] {
         calendar = Calendar::current();
         hub.timeZoneChanged();

@@ -12,8 +12,6 @@ namespace velmor {
 namespace {
 
 using test::noise;
-using VectorUnit = BlockKernel::VectorUnit;
-
 /// Compares the kernel with the plain form over a row of blocks, registers carried along.
 class Comparison
 {
@@ -62,7 +60,7 @@ private:
 
 std::vector<VectorUnit> unitsOfThisProcessor()
 {
-    if (BlockKernel::bestVectorUnit() == VectorUnit::avx2)
+    if (bestVectorUnit() == VectorUnit::avx2)
         return {VectorUnit::baseline, VectorUnit::avx2};
     return {VectorUnit::baseline};
 }

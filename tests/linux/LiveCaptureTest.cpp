@@ -3,8 +3,8 @@
 #include <level/AudioMeasurementService.h>
 #include <linux/PipeWireCapture.h>
 #include <linux/PipeWireGraph.h>
-#include <linux/PollMainLoop.h>
 #include <platform/MemoryDefaultsStore.h>
+#include <support/LiveLoop.h>
 #include <support/PrivateAudioSession.h>
 #include <support/Sound.h>
 #include <support/WriteSound.h>
@@ -25,7 +25,7 @@ using test::levelOfSine;
 using test::PrivateAudioSession;
 
 /// Everything real but the microphone: a private PipeWire with a virtual one.
-class LiveCaptureTest : public testing::Test
+class LiveCaptureTest : public testing::Test, protected test::LiveLoop
 {
 protected:
     void SetUp() override
@@ -59,24 +59,6 @@ protected:
         player.reset();
     }
 
-    /// Lets the loop run until the condition holds; false if it never does.
-    bool runUntil(const std::function<bool()>& condition, double limitSeconds = 10)
-    {
-        bool holds = false;
-        const Timer check = loop.every(0.01, [&] {
-            holds = condition();
-            if (holds)
-                loop.quit();
-        });
-        bool isOver = false;
-        const Timer limit = loop.every(limitSeconds, [&] {
-            isOver = true;
-            loop.quit();
-        });
-        loop.run();
-        return holds && !isOver;
-    }
-
     /// Parts the stream from its microphone, as a patch bay does.
     static void unlink()
     {
@@ -84,14 +66,7 @@ protected:
             test::run({"pw-link", "-d", "testmic:capture_" + channel, "velmor:input_" + channel});
     }
 
-    void runFor(double seconds)
-    {
-        const Timer timer = loop.every(seconds, [this] { loop.quit(); });
-        loop.run();
-    }
-
     PrivateAudioSession session;
-    PollMainLoop loop;
     std::unique_ptr<test::Companion> player;
     std::unique_ptr<PipeWireGraph> graph;
     std::unique_ptr<PipeWireCapture> capture;

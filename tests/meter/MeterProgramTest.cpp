@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <meter/SoundFile.h>
 #include <sessions/SessionFormat.h>
 #include <support/Meter.h>
 #include <support/Sound.h>
@@ -8,8 +9,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <numbers>
 #include <thread>
@@ -87,7 +91,8 @@ TEST_F(MeterProgramTest, TheJsonHasItsKeys)
                             "session.monitoringTarget", "session.monitoringTolerance",
                             "session.timeSilentSec", "session.timeUnderSec", "session.timeOnTargetSec",
                             "session.timeOverSec", "session.peakCount135", "session.peakCount140",
-                            "session.peakDBACount115", "session.readingCount"));
+                            "session.peakDBACount115", "session.readingCount", "calibration",
+                            "calibration.method", "calibration.concerns"));
     EXPECT_EQ(json.texts.at("file"), file);
     EXPECT_EQ(json["sampleRate"], 48000);
     EXPECT_EQ(json["channel"], 2);
@@ -99,6 +104,60 @@ TEST_F(MeterProgramTest, TheJsonHasItsKeys)
     EXPECT_EQ(json["conservative"], 1);
     EXPECT_NEAR(json["currentSPL"], levelOfSine(0.1, 100), 0.05);
     EXPECT_EQ(json.texts.at("doseLevel"), "safe");
+}
+
+TEST_F(MeterProgramTest, TheCalibrationIsToldWithWhatIsWrongWithTheInput)
+{
+    auto samples = sine(1000, 0.5, 48000, 48000);
+    std::fill_n(samples.begin() + 1000, 5, 1.0F);
+    const std::string file = write("clipped.wav", {samples});
+    const JsonObject untouched(meter({"--json", file}).output);
+    EXPECT_EQ(untouched.texts.at("calibration.method"), "never");
+    EXPECT_THAT(untouched.lists.at("calibration.concerns"), ElementsAre("\"input clipped once\""));
+    const auto outcome = meter({"--json", "--offset", "94", file});
+    EXPECT_EQ(JsonObject(outcome.output).texts.at("calibration.method"), "slider");
+    EXPECT_THAT(meter({file}).output, HasSubstr("Check the input: input clipped once."));
+}
+
+TEST_F(MeterProgramTest, TheNoiseOfTheCalibrationIsWrittenAndItsRecordingAnalysed)
+{
+    const std::string noise = folder / "noise.wav";
+    const auto written = meter({"--noise", noise, "--seconds", "5"});
+    ASSERT_EQ(written.status, 0) << written.error;
+    EXPECT_EQ(written.output, "");
+    SoundFile file(noise);
+    EXPECT_EQ(file.sampleRate(), 44100);
+    EXPECT_EQ(file.channelCount(), 2);
+    EXPECT_EQ(file.frameCount(), 220500);
+    // The first and the last of the golden samples of the generator.
+    std::vector<float> samples(10000);
+    file.read(1, samples);
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(samples.front()), 0xbcc66437U);
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(samples.back()), 0x3c062897U);
+
+    const auto analysed = meter({"--mic-response", noise, "--channel", "2", "--json"});
+    ASSERT_EQ(analysed.status, 0) << analysed.error;
+    const JsonObject profile(analysed.output);
+    EXPECT_THAT(profile.names, ElementsAre("taps", "sampleRate", "measuredDate", "correctionCurve"));
+    EXPECT_EQ(profile.lists.at("taps").size(), 128U);
+    ASSERT_EQ(profile.lists.at("correctionCurve").size(), 64U);
+    EXPECT_EQ(profile["sampleRate"], 44100);
+    for (const std::string& point : profile.lists.at("correctionCurve"))
+        EXPECT_NEAR(JsonObject(point)["gainDB"], 0, 0.6) << point;
+    const auto people = meter({"--mic-response", noise});
+    EXPECT_THAT(people.output, HasSubstr("Correction at 44100 Hz, 128 taps"));
+    EXPECT_THAT(people.output, HasSubstr("The filter departs from this curve by "));
+}
+
+TEST_F(MeterProgramTest, ARecordingThatIsTooShortOrHasNoSuchChannelIsRefused)
+{
+    const std::string file = write("short.wav", {sine(1000, 0.5, 48000, 205823)});
+    const auto outcome = meter({"--mic-response", file});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.error, "velmor-meter: " + file + ": too short, 205824 samples of noise are needed\n");
+    EXPECT_EQ(meter({"--mic-response", file, "--channel", "2"}).status, 2);
+    EXPECT_EQ(meter({"--mic-response", folder / "none.wav"}).status, 2);
+    EXPECT_EQ(meter({"--noise", folder / "none/noise.wav"}).status, 2);
 }
 
 TEST_F(MeterProgramTest, BlocksAreWrittenOneByOne)
@@ -240,7 +299,7 @@ TEST_F(MeterProgramTest, APipeIsWrittenToAlongTheWay)
     EXPECT_EQ(outcome.status, 0) << outcome.error;
     EXPECT_EQ(outcome.output.find("{\"t\":0.1,"), 0U);
     EXPECT_THAT(outcome.output, HasSubstr("\"t\":1,"));
-    EXPECT_THAT(outcome.output, EndsWith("\"readingCount\": 0\n  }\n}\n"));
+    EXPECT_THAT(outcome.output, EndsWith("\"concerns\": []\n  }\n}\n"));
     EXPECT_TRUE(std::filesystem::is_symlink("/dev/stdout"));
     const auto ticks = [](const std::string& output) { return output.substr(0, output.find("{\n")); };
     EXPECT_EQ(ticks(meter({sound, "--json", "--ticks", "-"}).output), ticks(outcome.output));

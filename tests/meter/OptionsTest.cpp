@@ -36,7 +36,7 @@ TEST(Options, AFileAloneIsMeasuredByTheDefaults)
     EXPECT_EQ(options.task, Options::Task::measureFile);
     EXPECT_EQ(options.file, "mix.wav");
     EXPECT_EQ(options.channel, 1);
-    EXPECT_EQ(options.calibrationOffset, 94);
+    EXPECT_EQ(options.calibrationOffset, std::nullopt);
     EXPECT_FALSE(options.conservative);
     EXPECT_FALSE(options.json);
     EXPECT_FALSE(options.start);
@@ -73,6 +73,15 @@ TEST(Options, EachOneIsRead)
     EXPECT_EQ(live.seconds, 2.5);
     EXPECT_EQ(live.calibrationOffset, -3);
     EXPECT_EQ(parse({"--list-devices", "--json"}).task, Options::Task::listDevices);
+    const Options noise = parse({"--noise", "n.wav", "--seconds", "2"});
+    EXPECT_EQ(noise.task, Options::Task::writeNoise);
+    EXPECT_EQ(noise.noisePath, "n.wav");
+    EXPECT_EQ(noise.seconds, 2);
+    EXPECT_EQ(parse({"--noise", "n.wav"}).seconds, 10);
+    const Options response = parse({"--mic-response", "r.wav", "--channel", "2", "--json"});
+    EXPECT_EQ(response.task, Options::Task::analyzeMicResponse);
+    EXPECT_EQ(response.file, "r.wav");
+    EXPECT_EQ(response.channel, 2);
 }
 
 TEST(Options, WhatMakesNoSenseIsRefusedInOneLine)
@@ -83,6 +92,16 @@ TEST(Options, WhatMakesNoSenseIsRefusedInOneLine)
         {"a.wav", "--live"},
         {"a.wav", "--list-devices"},
         {"--live", "--list-devices"},
+        {"a.wav", "--noise", "n.wav"},
+        {"a.wav", "--mic-response", "r.wav"},
+        {"--live", "--noise", "n.wav"},
+        {"--noise", "n.wav", "--mic-response", "r.wav"},
+        {"--noise", "n.wav", "--seconds", "601"},
+        {"--noise", "n.wav", "--seconds", "1e-9"},
+        {"--noise", "n.wav", "--history", "h"},
+        {"--mic-response", "r.wav", "--seconds", "3"},
+        {"--mic-response", "r.wav", "--ticks", "t"},
+        {"--mic-response", "r.wav", "--offset", "90"},
         {"a.wav", "--device", "mic"},
         {"a.wav", "--seconds", "3"},
         {"--live", "--start", "2026-03-01T09:12:45Z"},

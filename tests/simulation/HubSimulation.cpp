@@ -36,7 +36,7 @@ constexpr Place places[] = {
     {"America/New_York", "2026-03-05T13:00:00Z"},
     {"America/New_York", "2026-10-29T13:00:00Z"},
     {"Africa/Cairo", "2026-04-21T08:00:00Z"},
-    {"America/Havana", "2026-10-29T14:00:00Z"},
+    {"America/Havana", "2025-10-30T14:00:00Z"},
     {"Pacific/Apia", "2011-12-27T20:00:00Z"},
 };
 

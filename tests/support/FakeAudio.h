@@ -108,6 +108,7 @@ struct FakeAudio final : AudioHardware, AudioCapture
     std::vector<AudioDevice> outputs = {{12, "Interface", "Acme", "interface", false}};
     std::map<std::uint32_t, int> channelCounts = {{11, 2}, {12, 8}};
     std::map<std::pair<std::uint32_t, int>, std::string> channelNames;
+    std::map<std::pair<std::uint32_t, int>, InputVolume> volumes;
     boost::signals2::signal<void()> changed;
     CaptureAuthorization authorization = CaptureAuthorization::authorized;
     std::function<void(bool)> accessAnswer;
@@ -125,6 +126,15 @@ struct FakeAudio final : AudioHardware, AudioCapture
     {
         const auto found = channelNames.find({id, channel});
         return found != channelNames.end() ? std::optional(found->second) : std::nullopt;
+    }
+    std::optional<std::uint32_t> defaultInputDevice() const override
+    {
+        return inputs.empty() ? std::nullopt : std::optional(inputs.front().id);
+    }
+    std::optional<InputVolume> inputVolume(std::uint32_t id, int channel) const override
+    {
+        const auto found = volumes.find({id, channel});
+        return found != volumes.end() ? std::optional(found->second) : std::nullopt;
     }
     Subscription onChange(const std::function<void()>& callback) override
     {

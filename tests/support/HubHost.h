@@ -9,6 +9,7 @@
 #include <platform/Workspace.h>
 #include <support/FakeAudio.h>
 #include <support/FakeNotificationCenter.h>
+#include <support/FakePlayback.h>
 
 #include <boost/signals2/signal.hpp>
 
@@ -120,6 +121,7 @@ struct HubHost
     {}
 
     FakeAudio audio;
+    FakePlayback playback;
     VirtualMainLoop loop;
     MemoryDefaultsStore defaults;
     Calendar calendar;
@@ -134,8 +136,8 @@ struct HubHost
 
     Host host()
     {
-        return {loop,      audio,   audio,  defaults,     calendar,      notifications, loginItem,
-                workspace, storage, bundle, &widgetSuite, &widgetCenter, &urlEvents};
+        return {loop,      audio,     audio,   playback, defaults,     calendar,      notifications,
+                loginItem, workspace, storage, bundle,   &widgetSuite, &widgetCenter, &urlEvents};
     }
 };
 

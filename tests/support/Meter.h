@@ -20,7 +20,7 @@ inline Outcome meter(std::vector<std::string> arguments)
     return run(arguments);
 }
 
-/// The members of a JSON object: numbers, Booleans as 0 and 1, and texts. Those of an object in it
+/// The members of a JSON object: numbers, Booleans as 0 and 1, texts, and lists. Those of an object in it
 /// have its name and a dot before their own.
 struct JsonObject
 {
@@ -35,8 +35,15 @@ struct JsonObject
     std::vector<std::string> names;
     std::map<std::string, double> numbers;
     std::map<std::string, std::string> texts;
+    std::map<std::string, std::vector<std::string>> lists; ///< Each element as JSON.
 
 private:
+    static void takeList(const simdjson::dom::array& array, std::vector<std::string>& list)
+    {
+        for (const auto element : array)
+            list.push_back(simdjson::minify(element));
+    }
+
     void take(const simdjson::dom::object& object, const std::string& prefix)
     {
         for (const auto& [key, value] : object) {
@@ -48,6 +55,8 @@ private:
                 numbers[name] = bool(value) ? 1 : 0;
             else if (value.is_number())
                 numbers[name] = value.get_double();
+            else if (value.is_array())
+                takeList(value, lists[name]);
             else
                 texts[name] = std::string(std::string_view(value));
         }

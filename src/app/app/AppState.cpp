@@ -30,17 +30,28 @@ AppState::AppState(const Host& host)
     , sessionManager(host.loop, host.defaults, host.calendar, host.notificationCenter, host.sessionStorage,
                      host.bundle)
     , referenceTracker(host.defaults, tickIntervalSeconds)
+    , micFreqCorrection(host.defaults)
+    , pinkNoisePlayer(host.playback, host.hardware)
+    , calibrationProfileStore(host.loop, host.defaults)
+    , targetCalibrationStore(host.defaults)
+    , targetCalibrationService(host.loop)
     , alertDetector(host.defaults)
     , leqStatistics(statisticsRateHz)
     , settings(host.defaults)
     , audioService(host.loop, host.capture, deviceManager, offsetForSelectedDevice(deviceManager, settings))
+    , micResponseService(host.loop)
+    , calibratorService(host.loop)
+    , calibrationTrust(host.defaults)
     , notifications(host.loop, host.notificationCenter, settings, doseCalculator, alertDetector)
     , m_loop(host.loop)
+    , m_hardware(host.hardware)
+    , m_defaults(host.defaults)
     , m_calendar(host.calendar)
     , m_loginItem(host.loginItem)
     , m_widgetSuite(host.widgetSuite)
     , m_widgetCenter(host.widgetCenter)
 {
+    audioService.setMicFreqCorrection(&micFreqCorrection);
     setupSettings();
     settings.launchAtLogin = m_loginItem.isEnabled();
     doseCalculator.restorePersistedDose();
@@ -59,6 +70,7 @@ AppState::AppState(const Host& host)
     writeWidgetSnapshot(false);
     setupURLs(host);
     forwardChanges();
+    setupCalibration();
     followForWidgets();
     if (dawDetection.isDAWRunning)
         dawDetection.onDAWLaunched(dawDetection.primaryDAWName());
@@ -73,6 +85,8 @@ void AppState::setupSettings()
     };
     settings.calibrationOffset.afterWriting = [this](double offset) {
         audioService.updateCalibrationOffset(offset);
+        calibrationTrust.note({CalibrationMethod::slider, offset, std::nullopt, m_loop.now(), inputChain()});
+        updateCalibrationTrustSoon();
     };
     // The calculator's own key is the one that counts: it is written first.
     settings.conservativeDoseMode.beforeWriting = [this](bool isConservative) {
@@ -179,10 +193,18 @@ void AppState::forwardChanges()
     forwardChangesOf(doseCalculator);
     forwardChangesOf(dawDetection);
     forwardChangesOf(deviceManager);
+    forwardChangesOf(pinkNoisePlayer);
+    forwardChangesOf(micResponseService);
+    forwardChangesOf(calibrationProfileStore);
+    forwardChangesOf(micFreqCorrection);
     forwardChangesOf(referenceTracker);
+    forwardChangesOf(targetCalibrationStore);
+    forwardChangesOf(targetCalibrationService);
     forwardChangesOf(alertDetector);
     forwardChangesOf(pauseService);
     forwardChangesOf(settings);
+    forwardChangesOf(calibratorService);
+    forwardChangesOf(calibrationTrust);
 }
 
 // A tick changes a dozen values: one announcement stands for all of a turn of the loop.
@@ -232,10 +254,17 @@ void AppState::refreshAfterTovikImport()
     sessionManager.loadHistory();
     doseCalculator.restorePersistedDose();
     reconcileDose();
+    targetCalibrationStore.reload();
+    calibrationProfileStore.reload();
+    micFreqCorrection.reload();
     dawDetection.reloadCustomDAWs();
     referenceTracker.reloadSettings();
     alertDetector.reloadSettings();
+    const double offsetBefore = settings.calibrationOffset;
     settings.takeImported();
+    // Nobody has set it here and now.
+    if (settings.calibrationOffset != offsetBefore)
+        calibrationTrust.forget();
     settings.launchAtLogin = m_loginItem.isEnabled();
 }
 

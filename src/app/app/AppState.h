@@ -11,14 +11,24 @@
 #include <base/MainLoop.h>
 #include <base/Observable.h>
 #include <base/Uuid.h>
+#include <calibration/CalibrationProfileStore.h>
+#include <calibration/CalibrationTrust.h>
+#include <calibration/CalibratorService.h>
+#include <calibration/MicResponseCalibrationService.h>
+#include <calibration/MicrophoneDataFile.h>
+#include <calibration/PinkNoisePlayer.h>
+#include <calibration/TargetCalibrationService.h>
+#include <calibration/TargetCalibrationStore.h>
 #include <discipline/MonitoringAlertDetector.h>
 #include <discipline/ReferenceLevelTracker.h>
 #include <exposure/DoseCalculator.h>
 #include <exposure/LeqStatisticsService.h>
 #include <level/AudioDeviceManager.h>
 #include <level/AudioMeasurementService.h>
+#include <level/MicFrequencyCorrection.h>
 #include <platform/AudioCapture.h>
 #include <platform/AudioHardware.h>
+#include <platform/AudioPlayback.h>
 #include <platform/DefaultsStore.h>
 #include <platform/LoginItem.h>
 #include <platform/NotificationCenter.h>
@@ -32,6 +42,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmor {
@@ -45,6 +56,7 @@ struct Host
     MainLoop& loop;
     AudioCapture& capture;
     AudioHardware& hardware;
+    AudioPlayback& playback;
     DefaultsStore& defaults;
     const Calendar& calendar;
     NotificationCenter& notificationCenter;
@@ -91,10 +103,18 @@ public:
     SessionManager sessionManager;
     ReferenceLevelTracker referenceTracker;
     MonitoringPauseService pauseService;
+    MicFrequencyCorrection micFreqCorrection;
+    PinkNoisePlayer pinkNoisePlayer;
+    CalibrationProfileStore calibrationProfileStore;
+    TargetCalibrationStore targetCalibrationStore;
+    TargetCalibrationService targetCalibrationService;
     MonitoringAlertDetector alertDetector;
     LeqStatisticsService leqStatistics;
     AppSettings settings;
     AudioMeasurementService audioService;
+    MicResponseCalibrationService micResponseService;
+    CalibratorService calibratorService;
+    CalibrationTrustService calibrationTrust;
     NotificationPolicy notifications;
     std::shared_ptr<VelmorURLDispatcher> urlDispatcher;
     std::shared_ptr<VelmorURLSchemeHandler> urlHandler;
@@ -129,6 +149,44 @@ public:
     /// Ends a running session, for the end of the program: after that nothing begins one any more, and
     /// whoever asks for the hub finds it gone.
     void endForGood();
+
+    // Calibration, as the settings start it. A session wins over all of it.
+
+    /// Measures the microphone's response with noise on the selected output. Ends the other calibrations.
+    void measureMicResponse();
+
+    /// Plays noise on the selected output, to set the monitor controller by. Not while the measurement of the
+    /// microphone's response has the noise. \return whether the noise plays.
+    bool startTargetCalibration();
+
+    /// Holds the present level for the monitor controller's position.
+    void captureTarget();
+
+    /// Keeps the position for the selected output and the present reference level.
+    void saveTargetCalibration(std::string_view note);
+
+    /// Keeps the offset, and the correction where there is one, under the text that the user has typed.
+    void saveCalibrationProfile(std::string_view typedLabel);
+
+    /// Puts the profile's correction, where it has one, and its offset in force.
+    void applyCalibrationProfile(const CalibrationSavedProfile& profile);
+
+    /// Listens for an acoustic calibrator. Not during a session, whose dose would count its tone, nor while
+    /// noise plays. \param level of the calibrator, dB re 20 µPa. \return whether it listens.
+    bool startCalibrator(double level);
+
+    /// Puts the proposed offset in force, where there is one.
+    void acceptCalibratorOffset();
+
+    /// Makes a correction of a microphone's own data, for the rate at which the input was captured last, and
+    /// puts it in force. \throws MicrophoneDataError
+    void applyMicrophoneData(const MicrophoneData& data);
+
+    /// The chain that is measured with now.
+    InputChain inputChain() const;
+
+    /// Brings the trust in the figures up to date at once; by itself it follows in the next turn of the loop.
+    void updateCalibrationTrust();
 
     void requestOpenReport(const Session& session);
 
@@ -165,6 +223,15 @@ private:
     void followInputDevices();
     void startMissingCapture();
     void setupAlertCallbacks();
+    void setupCalibration();
+    void calibrationNoiseChanged(bool isPlaying);
+    void updateCalibrationTrustSoon();
+    void cancelCalibrations();
+    void calibrate(const CalibrationRecord& record);
+    double correctionGain() const;
+    std::optional<AudioDevice> usedInput() const;
+    std::string inputName() const;
+    std::string outputName() const;
     void setupURLs(const Host& host);
     void followForWidgets();
     void forwardChanges();
@@ -182,6 +249,8 @@ private:
     void performDailyReset();
 
     MainLoop& m_loop;
+    AudioHardware& m_hardware;
+    DefaultsStore& m_defaults;
     const Calendar& m_calendar;
     LoginItem& m_loginItem;
     DefaultsStore* m_widgetSuite;
@@ -194,6 +263,11 @@ private:
     Timer m_midnightResetTimer;
     Timer m_captureRetryTimer;
     bool m_hasChangeToAnnounce = false;
+    bool m_isTrustOutdated = false;
+    bool m_isFilterChecked = false; ///< The departure below is of the present profile.
+    std::optional<double> m_filterDeparture;
+    Date m_proposalDate; ///< Of what the calibrator's tone has proposed, as the chain below.
+    InputChain m_proposalChain;
     std::optional<ReferenceLevelSettings> m_announcedReference; ///< What widgets were last told of.
     std::vector<Subscription> m_subscriptions;
     Lifetime m_lifetime;

@@ -10,6 +10,7 @@ namespace velmor {
 
 void AppState::startSession(const std::string& dawName)
 {
+    cancelCalibrations();
     sessionManager.startSession(dawName);
     doseCalculator.markSessionStart();
     referenceTracker.beginSession();
@@ -47,6 +48,7 @@ void AppState::endForGood()
     dawDetection.onDAWLaunched = nullptr;
     dawDetection.onAllDAWsQuit = nullptr;
     audioService.onDeviceDisconnected = nullptr;
+    cancelCalibrations();
     if (sessionManager.currentSession.get())
         endSession();
     // Another instance may begin on the same files: nothing of this one writes to them any more.

@@ -8,6 +8,15 @@ namespace velmor {
 
 namespace chrono = std::chrono;
 
+namespace {
+
+/// 2001-01-01T00:00:00Z
+constexpr Date referenceDate = Date(chrono::seconds(978'307'200));
+
+constexpr double furthestReferenceSeconds = 100 * 365.25 * 86400;
+
+} // namespace
+
 double secondsBetween(Date from, Date to)
 {
     std::int64_t nanoseconds = 0;
@@ -27,6 +36,18 @@ std::int64_t wholeSecondsBetween(Date from, Date to)
 chrono::nanoseconds nanosecondsFrom(double seconds)
 {
     return chrono::nanoseconds(std::llround(seconds * 1e9));
+}
+
+double secondsSinceReferenceDate(Date date)
+{
+    return secondsBetween(referenceDate, date);
+}
+
+std::optional<Date> dateFromReference(double seconds)
+{
+    if (!(std::abs(seconds) < furthestReferenceSeconds))
+        return std::nullopt;
+    return referenceDate + nanosecondsFrom(seconds);
 }
 
 std::string isoText(Date date)

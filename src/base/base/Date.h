@@ -22,6 +22,13 @@ std::int64_t wholeSecondsBetween(Date from, Date to);
 /// The duration nearest to a number of seconds.
 std::chrono::nanoseconds nanosecondsFrom(double seconds);
 
+/// Seconds since the reference date, 2001-01-01T00:00:00Z: the form that moments have in stored records.
+double secondsSinceReferenceDate(Date date);
+
+/// The moment so many seconds after the reference date; absent beyond a century from it, which a Date holds
+/// for sure.
+std::optional<Date> dateFromReference(double seconds);
+
 /// ISO 8601 in UTC with whole seconds, as in 2026-03-01T09:12:45Z. A fraction of a second is cut off
 /// towards the past.
 std::string isoText(Date date);

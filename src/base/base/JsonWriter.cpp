@@ -118,6 +118,17 @@ void JsonWriter::value(std::int64_t number)
 
 void JsonWriter::value(double number)
 {
+    appendNumber(number);
+}
+
+void JsonWriter::value(float number)
+{
+    appendNumber(number);
+}
+
+template <typename Number>
+void JsonWriter::appendNumber(Number number)
+{
     beforeItem();
     if (!std::isfinite(number)) {
         m_allFinite = false;
@@ -127,7 +138,7 @@ void JsonWriter::value(double number)
     // The shortest form of a large number can be a row of digits that readers take for an integer
     // which is too large for them.
     const auto end =
-        std::abs(number) < largestExactInteger
+        std::abs(number) < static_cast<Number>(largestExactInteger)
             ? std::to_chars(std::begin(digits), std::end(digits), number).ptr
             : std::to_chars(std::begin(digits), std::end(digits), number, std::chars_format::scientific).ptr;
     m_text.append(digits, end);

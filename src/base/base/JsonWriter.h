@@ -39,6 +39,7 @@ public:
     void value(bool flag);
     void value(std::int64_t number);
     void value(double number);
+    void value(float number); ///< In the shortest form that reads back as the same 32-bit value.
     void null();
 
     template <typename Value>
@@ -55,6 +56,8 @@ public:
 private:
     void begin(char bracket);
     void end(char bracket);
+    template <typename Number>
+    void appendNumber(Number number);
     void beforeItem();
     void newLine(bool afterComma);
     void appendQuoted(std::string_view text);

@@ -69,7 +69,9 @@ void AudioMeasurementService::start()
     isRunning = true;
 
     const auto engine = m_capture.makeEngine();
-    if (const auto deviceID = m_deviceManager.selectedDeviceID())
+    const auto deviceID = m_deviceManager.selectedDeviceID();
+    m_openedDeviceUID = deviceID ? m_deviceManager.selectedDeviceUID.get() : std::string();
+    if (deviceID)
         setInputDevice(*deviceID, *engine);
     setChannelMap(*engine);
 
@@ -81,6 +83,9 @@ void AudioMeasurementService::start()
         return;
     }
     m_processor.prepare(format.sampleRate);
+    m_clippedRuns = 0;
+    m_droppedBlocksAtStart = droppedBlocks();
+    publishFaults();
 
     engine->installTap(tapBlockFrames, format,
                        [this](const float* samples, std::size_t frames) { tap(samples, frames); });
@@ -176,6 +181,7 @@ void AudioMeasurementService::publishReports()
             continue;
         }
         const std::uint64_t run = m_run;
+        m_clippedRuns += report.peaks.clippedRuns;
         currentSPL = m_processor.smoothedDBA();
         currentDBC = m_processor.smoothedDBC();
         peakDBC = report.peaks.peakDBC;
@@ -187,6 +193,14 @@ void AudioMeasurementService::publishReports()
             return;
         }
     }
+    publishFaults();
+}
+
+void AudioMeasurementService::publishFaults()
+{
+    const InputFaults faults{m_clippedRuns, droppedBlocks() - m_droppedBlocksAtStart};
+    if (faults != inputFaults.get())
+        inputFaults = faults;
 }
 
 void AudioMeasurementService::noteDrop(std::size_t frames)

@@ -13,8 +13,18 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace velmor {
+
+/// What has gone wrong with the input since capture was last started.
+struct InputFaults
+{
+    std::uint64_t clippedRuns = 0;   ///< How often the input was driven beyond full scale.
+    std::uint64_t droppedBlocks = 0; ///< Blocks that no level was made of.
+
+    bool operator==(const InputFaults&) const = default;
+};
 
 /// The one place where sound enters the program. Opens the input, taps one channel of the chosen
 /// device, and publishes calibrated levels to the main thread, one update a block.
@@ -40,6 +50,9 @@ public:
     Published<bool> hasPermission{*this, false};
     Published<bool> peakAlert{*this, false}; ///< Whether the last block's peakDBC was 135 or above.
 
+    /// Announced only when it changes. The end of capture leaves it as it is.
+    Published<InputFaults> inputFaults{*this, {}};
+
     /// Runs when the selected device has gone while capture was on, after stop().
     std::function<void()> onDeviceDisconnected;
 
@@ -63,6 +76,16 @@ public:
     /// Hands out the captured blocks before any correction or weighting, on the capture thread.
     /// stop() ends it. An empty function ends it too.
     void setRawSampleCallback(RawSampleCallback callback);
+
+    /// Corrects what is measured; none with a null pointer. It outlives the service.
+    void setMicFreqCorrection(MicFrequencyCorrection* correction)
+    {
+        m_processor.setMicFreqCorrection(correction);
+    }
+
+    /// What the running capture was opened on: the UID of the selected device, or an empty one for the
+    /// system's default, which also stands in for a selected device that wasn't there.
+    const std::string& openedDeviceUID() const { return m_openedDeviceUID; }
 
     /// The capture's rate in hertz.
     double currentSampleRate() const { return m_processor.sampleRate(); }
@@ -90,6 +113,7 @@ private:
     void recover(const std::weak_ptr<CaptureEngine>& weakEngine);
     void releaseEngine(CaptureEngine& engine);
     void noteDrop(std::size_t frames);
+    void publishFaults();
     void clearLevels();
 
     MainLoop& m_loop;
@@ -103,8 +127,11 @@ private:
     Ring<BlockReport> m_reports{1024};
     std::unique_ptr<Doorbell> m_reportBell;
 
-    std::uint64_t m_run = 0;          ///< Counts the starts and stops.
-    std::uint64_t m_stopRequests = 0; ///< Counts the calls of stop().
+    std::string m_openedDeviceUID;
+    std::uint64_t m_run = 0;                  ///< Counts the starts and stops.
+    std::uint64_t m_stopRequests = 0;         ///< Counts the calls of stop().
+    std::uint64_t m_clippedRuns = 0;          ///< Since capture was last started.
+    std::uint64_t m_droppedBlocksAtStart = 0; ///< Of capture.
     std::uint64_t m_tooLongBlocks = 0;
     std::uint64_t m_lostSamples = 0;     ///< Of engines that are gone.
     std::uint64_t m_unusableSamples = 0; ///< Of engines that are gone.

@@ -329,15 +329,6 @@ PathSums weighShort(Filter& filter, std::span<const float> block, std::span<floa
 
 } // namespace
 
-BlockKernel::VectorUnit BlockKernel::bestVectorUnit()
-{
-#if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2"))
-        return VectorUnit::avx2;
-#endif
-    return VectorUnit::baseline;
-}
-
 BlockKernel::Result BlockKernel::weigh(AWeightingFilter& aFilter, CWeightingFilter& cFilter,
                                        std::span<const float> block, std::span<float> aScratch,
                                        std::span<float> cScratch) const

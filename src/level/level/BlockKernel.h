@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <level/VectorUnit.h>
+
 #include <cstddef>
 #include <span>
 
@@ -27,14 +29,6 @@ struct PathSums
 class BlockKernel
 {
 public:
-    enum class VectorUnit {
-        baseline, ///< Lanes of 128 bits, on every processor.
-        avx2,     ///< Lanes of 256 bits, where x86-64 has AVX2.
-    };
-
-    /// The best that this processor has.
-    static VectorUnit bestVectorUnit();
-
     explicit BlockKernel(VectorUnit unit = bestVectorUnit())
         : m_unit(unit)
     {}

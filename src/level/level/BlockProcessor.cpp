@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <level/BlockProcessor.h>
 
+#include <base/UsableSamples.h>
+#include <level/MicFrequencyCorrection.h>
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -41,6 +44,7 @@ BlockProcessor::BlockProcessor(double calibrationOffset)
     : m_aWeightingFilter(initialSampleRate)
     , m_cWeightingFilter(initialSampleRate)
     , m_calibrationOffset(calibrationOffset)
+    , m_corrected(scratchCapacity)
     , m_aScratch(scratchCapacity)
     , m_cScratch(scratchCapacity)
     , m_sampleRate(initialSampleRate)
@@ -53,10 +57,12 @@ std::optional<BlockPeaks> BlockProcessor::process(const float* samples, std::siz
     if (m_sampleRateChanged.exchange(false, std::memory_order_acquire))
         followSampleRate();
 
-    const std::span<const float> block(samples, frames);
+    const std::span<const float> captured(samples, frames);
+    const std::uint32_t clippedRuns = m_clipDetector.runsIn(captured);
     if (m_hasRawSampleCallback.load(std::memory_order_relaxed))
-        callBack(block);
+        callBack(captured);
 
+    const std::span<const float> block = corrected(captured);
     const auto [a, c] = m_kernel.weigh(m_aWeightingFilter, m_cWeightingFilter, block, m_aScratch, m_cScratch);
 
     const double offset = m_calibrationOffset.load(std::memory_order_relaxed);
@@ -64,7 +70,21 @@ std::optional<BlockPeaks> BlockProcessor::process(const float* samples, std::siz
     const double peakDBA = peakLevel(a.peak, offset);
     m_smoothedDBC.store(smoothed(smoothedDBC(), c.sumOfSquares, frames, offset), std::memory_order_relaxed);
     const double peakDBC = peakLevel(c.peak, offset);
-    return BlockPeaks{peakDBA, peakDBC, peakDBC >= peakAlertLevelDBC};
+    return BlockPeaks{peakDBA, peakDBC, peakDBC >= peakAlertLevelDBC, clippedRuns};
+}
+
+std::span<const float> BlockProcessor::corrected(std::span<const float> block)
+{
+    MicFrequencyCorrection* const correction = m_micFreqCorrection.load(std::memory_order_relaxed);
+    if (!correction)
+        return block;
+    const auto result = std::span(m_corrected).first(block.size());
+    std::ranges::copy(block, result.begin());
+    if (!correction->apply(result, sampleRate()))
+        return block;
+    // A stored filter may hold any numbers.
+    silenceUnusableSamples(result);
+    return result;
 }
 
 void BlockProcessor::setRawSampleCallback(RawSampleCallback callback)
@@ -97,6 +117,7 @@ void BlockProcessor::changeSampleRate(double sampleRate)
 void BlockProcessor::followSampleRate()
 {
     const double rate = sampleRate();
+    m_clipDetector.reset();
     m_aWeightingFilter.updateSampleRate(rate);
     m_aWeightingFilter.reset();
     m_cWeightingFilter.updateSampleRate(rate);

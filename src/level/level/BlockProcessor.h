@@ -4,9 +4,11 @@
 #include <level/AWeightingFilter.h>
 #include <level/BlockKernel.h>
 #include <level/CWeightingFilter.h>
+#include <level/ClipDetector.h>
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -14,6 +16,8 @@
 #include <vector>
 
 namespace velmor {
+
+class MicFrequencyCorrection;
 
 /// Gets each block as it was captured, which lives for the length of the call, and the sample rate in
 /// hertz. Runs on the capture thread.
@@ -25,6 +29,7 @@ struct BlockPeaks
     double peakDBA = 0;     ///< Highest absolute A-weighted sample of the block, 0 to 160.
     double peakDBC = 0;     ///< As peakDBA, C-weighted.
     bool peakAlert = false; ///< Whether peakDBC is at or above 135 (EU 2003/10/EC, lower action value).
+    std::uint32_t clippedRuns = 0; ///< How often the block, as it was captured, was driven beyond full scale.
 
     bool operator==(const BlockPeaks&) const = default;
 };
@@ -41,7 +46,7 @@ public:
     explicit BlockProcessor(double calibrationOffset);
 
     /// Weights the block, smooths its levels and gives its peaks. Absent, and nothing is changed, for
-    /// a block without samples or longer than scratchCapacity. Capture thread; neither locks, blocks
+    /// a block without samples or longer than scratchCapacity. Capture thread; neither waits
     /// nor allocates by itself.
     std::optional<BlockPeaks> process(const float* samples, std::size_t frames);
 
@@ -54,6 +59,13 @@ public:
     void setCalibrationOffset(double decibels)
     {
         m_calibrationOffset.store(decibels, std::memory_order_relaxed);
+    }
+
+    /// Corrects the blocks before they are weighted; none without. It outlives the processor, or is taken
+    /// away before. Any thread; takes effect from the next block.
+    void setMicFreqCorrection(MicFrequencyCorrection* correction)
+    {
+        m_micFreqCorrection.store(correction, std::memory_order_relaxed);
     }
 
     /// Replaces the callback, or ends it with an empty function. When it returns, the callback that
@@ -75,6 +87,7 @@ private:
     /// The rate has been set and the filters don't follow yet.
     void followSampleRate();
     void callBack(std::span<const float> block);
+    std::span<const float> corrected(std::span<const float> block);
 
     AWeightingFilter m_aWeightingFilter;
     CWeightingFilter m_cWeightingFilter;
@@ -82,6 +95,9 @@ private:
     std::atomic<double> m_calibrationOffset;
     std::atomic<double> m_smoothedDBA = 0;
     std::atomic<double> m_smoothedDBC = 0;
+    ClipDetector m_clipDetector;
+    std::atomic<MicFrequencyCorrection*> m_micFreqCorrection = nullptr;
+    std::vector<float> m_corrected;
     std::vector<float> m_aScratch;
     std::vector<float> m_cScratch;
     std::atomic<double> m_sampleRate;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/AlertSound.h>
 
-#include <pipewire/pipewire.h>
-#include <spa/param/audio/format-utils.h>
+#include <linux/PipeWireStream.h>
 
 #include <sndfile.h>
 
@@ -98,15 +97,7 @@ public:
         format.channels = static_cast<std::uint32_t>(m_sound.channelCount);
         format.position[0] = m_sound.channelCount == 1 ? SPA_AUDIO_CHANNEL_MONO : SPA_AUDIO_CHANNEL_FL;
         format.position[1] = SPA_AUDIO_CHANNEL_FR;
-        std::uint8_t buffer[1024];
-        spa_pod_builder builder = {};
-        spa_pod_builder_init(&builder, buffer, sizeof buffer);
-        const spa_pod* parameter = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
-        const int result = pw_stream_connect(m_stream, PW_DIRECTION_OUTPUT, PW_ID_ANY,
-                                             static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT |
-                                                                          PW_STREAM_FLAG_MAP_BUFFERS |
-                                                                          PW_STREAM_FLAG_RT_PROCESS),
-                                             &parameter, 1);
+        const int result = connectStream(m_stream, PW_DIRECTION_OUTPUT, format);
         if (result < 0)
             m_endBell->ring();
     }

@@ -3,10 +3,10 @@
 
 #include <linux/CaptureThread.h>
 #include <linux/PipeWireGraph.h>
+#include <linux/PipeWireStream.h>
 
 #include <pipewire/pipewire.h>
 #include <spa/debug/types.h>
-#include <spa/param/audio/format-utils.h>
 #include <spa/param/audio/type-info.h>
 
 #include <algorithm>
@@ -149,15 +149,7 @@ public:
         format.channels = static_cast<std::uint32_t>(m_input.channelPositions.size());
         for (std::uint32_t channel = 0; channel < format.channels; ++channel)
             format.position[channel] = positionNamed(m_input.channelPositions[channel]);
-        std::uint8_t buffer[1024];
-        spa_pod_builder builder = {};
-        spa_pod_builder_init(&builder, buffer, sizeof buffer);
-        const spa_pod* parameter = spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format);
-        const int result = pw_stream_connect(m_stream, PW_DIRECTION_INPUT, PW_ID_ANY,
-                                             static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT |
-                                                                          PW_STREAM_FLAG_MAP_BUFFERS |
-                                                                          PW_STREAM_FLAG_RT_PROCESS),
-                                             &parameter, 1);
+        const int result = connectStream(m_stream, PW_DIRECTION_INPUT, format);
         if (result < 0)
             return failed(-result);
         m_idleChecks = 0;
@@ -194,13 +186,13 @@ public:
 private:
     static const pw_stream_events streamEvents;
 
-    static CaptureFormat formatOf(const PipeWireGraph::Source& source, std::uint32_t rate)
+    static CaptureFormat formatOf(const PipeWireGraph::Endpoint& source, std::uint32_t rate)
     {
         return {static_cast<double>(rate), static_cast<int>(source.channelPositions.size())};
     }
 
     /// The source that is to be captured from: the one that was set, or the system's default.
-    std::optional<PipeWireGraph::Source> input() const
+    std::optional<PipeWireGraph::Endpoint> input() const
     {
         if (m_target.empty())
             return m_graph.defaultSource();
@@ -217,8 +209,7 @@ private:
 
     std::string failed(int error)
     {
-        if (m_stream)
-            destroyStreamLocked();
+        m_stream.destroy();
         m_capture.reset();
         return std::strerror(error);
     }
@@ -226,19 +217,7 @@ private:
     void destroyStream()
     {
         const PipeWireLock lock(m_graph.threadLoop());
-        destroyStreamLocked();
-    }
-
-    void destroyStreamLocked()
-    {
-        if (!m_stream)
-            return;
-        // Ends the data thread's work on the stream before it returns. The listener stays until then: taken
-        // away by itself, it would be taken from under that thread.
-        m_isEnding = true;
-        pw_stream_destroy(m_stream);
-        m_stream = nullptr;
-        m_isEnding = false;
+        m_stream.destroy();
     }
 
     /// PipeWire's data thread: copies the chosen channel, nothing else.
@@ -276,7 +255,7 @@ private:
     {
         if (state != PW_STREAM_STATE_ERROR && state != PW_STREAM_STATE_UNCONNECTED)
             return;
-        if (m_isEnding)
+        if (m_stream.isEnding())
             return;
         if (m_hasDelivered.exchange(false))
             m_hasFailedBefore = false;
@@ -298,21 +277,6 @@ private:
             return;
         m_givesUp = std::exchange(m_isSecondTry, true);
         configurationChanged();
-    }
-
-    /// The session manager remembers a volume for each kind of stream and lets mixers change it. It
-    /// would shift every level: the stream is put back to what the microphone gives.
-    void onControl(std::uint32_t id, const pw_stream_control* control)
-    {
-        if (id != SPA_PROP_volume && id != SPA_PROP_channelVolumes && id != SPA_PROP_mute)
-            return;
-        const float neutral = id == SPA_PROP_mute ? 0.0F : 1.0F;
-        const std::span<const float> values(control->values, control->n_values);
-        if (std::ranges::all_of(values, [neutral](float value) { return value == neutral; }))
-            return;
-        std::vector<float> neutralValues(values.size(), neutral);
-        pw_stream_set_control(m_stream, id, static_cast<std::uint32_t>(neutralValues.size()),
-                              neutralValues.data(), 0);
     }
 
     /// The registry tells of a lost device; the stream only stops delivering.
@@ -344,16 +308,15 @@ private:
     bool m_givesUp;       ///< Starts no more.
     std::string m_target; ///< Name of the node that was set; empty for the default source.
     std::uint32_t m_targetID = 0;
-    PipeWireGraph::Source m_input; ///< What start() found.
+    PipeWireGraph::Endpoint m_input; ///< What start() found.
     std::size_t m_tapFrames = 0;
     std::uint32_t m_tapRate = 0; ///< Of the format that the tap came with; 0 once it has been used.
     Tap m_tap;
     std::function<void()> m_observer;
-    bool m_changeIsReported = false;            ///< Since start().
-    std::atomic<pw_stream*> m_stream = nullptr; ///< Read by PipeWire's data thread, too.
+    bool m_changeIsReported = false; ///< Since start().
+    PipeWireStream m_stream;
     spa_hook m_listener = {};
     bool m_hasFailedBefore = false; ///< PipeWire's loop thread.
-    bool m_isEnding = false;        ///< Under PipeWire's lock, which its loop thread holds too.
     Timer m_stallCheck;
     int m_idleChecks = 0;
     bool m_isSecondTry = false;
@@ -380,7 +343,7 @@ const pw_stream_events PipeWireCaptureEngine::streamEvents = {
                         const char*) { static_cast<PipeWireCaptureEngine*>(self)->onState(state); },
     .control_info =
         [](void* self, std::uint32_t id, const pw_stream_control* control) {
-            static_cast<PipeWireCaptureEngine*>(self)->onControl(id, control);
+            keepNeutral(static_cast<PipeWireCaptureEngine*>(self)->m_stream, id, control);
         },
     .process = [](void* self) { static_cast<PipeWireCaptureEngine*>(self)->process(); },
 };

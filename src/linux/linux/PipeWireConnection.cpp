@@ -22,6 +22,8 @@ const pw_registry_events PipeWireGraph::Connection::registryEvents = {
 const pw_node_events PipeWireGraph::Connection::nodeEvents = {
     .version = PW_VERSION_NODE_EVENTS,
     .info = [](void* node, const pw_node_info* info) { onNodeInfo(*static_cast<Node*>(node), info); },
+    .param = [](void* node, int, std::uint32_t, std::uint32_t, std::uint32_t,
+                const spa_pod* properties) { onNodeProperties(*static_cast<Node*>(node), properties); },
 };
 
 const pw_device_events PipeWireGraph::Connection::deviceEvents = {

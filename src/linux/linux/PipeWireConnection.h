@@ -3,6 +3,7 @@
 
 #include <linux/PipeWireGraph.h>
 #include <linux/PipeWireText.h>
+#include <linux/PipeWireVolume.h>
 
 #include <fmt/format.h>
 
@@ -11,12 +12,14 @@
 #include <pipewire/node.h>
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/raw.h>
+#include <spa/param/param.h>
 
 #include <boost/signals2/signal.hpp>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -121,6 +124,7 @@ public:
         std::optional<std::uint32_t> parentDevice;        ///< Number of the Device behind it.
         std::unique_ptr<pw_node_info, FreeNodeInfo> info; ///< What the node has said of itself so far.
         std::vector<std::string> channelPositions;        ///< Empty until the node has told of them.
+        PipeWireVolume volume;
 
         bool isUsableSource() const { return isSource && !channelPositions.empty(); }
         bool isUsableSink() const { return isSink && !channelPositions.empty(); }
@@ -142,11 +146,29 @@ public:
         return device;
     }
 
-    std::optional<Source> sourceThat(const auto& isMeant) const
+    std::optional<Endpoint> sourceThat(const auto& isMeant) const
     {
         for (const auto& node : m_nodes) {
             if (node->isUsableSource() && isMeant(*node))
-                return Source{node->device.id, node->device.uid, node->isSink, node->channelPositions};
+                return endpoint(*node);
+        }
+        return std::nullopt;
+    }
+
+    std::optional<Endpoint> sinkThat(const auto& isMeant) const
+    {
+        for (const auto& node : m_nodes) {
+            if (node->isUsableSink() && isMeant(*node))
+                return endpoint(*node);
+        }
+        return std::nullopt;
+    }
+
+    std::optional<InputVolume> volumeOfSource(std::uint32_t id, int channel) const
+    {
+        for (const auto& node : m_nodes) {
+            if (node->isUsableSource() && node->device.id == id && channel >= 0)
+                return node->volume.ofChannel(static_cast<std::size_t>(channel));
         }
         return std::nullopt;
     }
@@ -154,6 +176,7 @@ public:
     std::vector<std::unique_ptr<Node>> m_nodes; ///< In the order of the registry.
     std::vector<std::unique_ptr<Device>> m_devices;
     std::string m_defaultSourceName;
+    std::string m_defaultSinkName;
     std::uint32_t m_sampleRate = fallbackSampleRate;
     pw_thread_loop* m_loop = nullptr;
     pw_core* m_core = nullptr;
@@ -162,6 +185,11 @@ public:
     boost::signals2::signal<void()> m_changed;
 
 private:
+    static Endpoint endpoint(const Node& node)
+    {
+        return {node.device.id, node.device.uid, node.isSource && node.isSink, node.channelPositions};
+    }
+
     struct Metadata
     {
         Connection* connection = nullptr;
@@ -191,6 +219,7 @@ private:
             release(device->listener, device->proxy);
         m_devices.clear();
         m_defaultSourceName.clear();
+        m_defaultSinkName.clear();
     }
 
     void disconnect()
@@ -279,8 +308,12 @@ private:
             pw_registry_bind(m_registry, id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0));
         if (!node->proxy)
             return;
-        pw_node_add_listener(reinterpret_cast<pw_node*>(node->proxy), &node->listener, &nodeEvents,
-                             node.get());
+        auto* const proxy = reinterpret_cast<pw_node*>(node->proxy);
+        pw_node_add_listener(proxy, &node->listener, &nodeEvents, node.get());
+        // The volume of a source shifts what is measured.
+        std::uint32_t watchedParameters[] = {SPA_PARAM_Props};
+        if (isSource)
+            pw_node_subscribe_params(proxy, watchedParameters, std::size(watchedParameters));
         m_nodes.push_back(std::move(node));
         m_changeBell->ring();
     }
@@ -325,6 +358,7 @@ private:
                 metadata->id = PW_ID_ANY;
                 if (metadata == &m_default) {
                     m_defaultSourceName.clear();
+                    m_defaultSinkName.clear();
                     m_changeBell->ring();
                 }
             }
@@ -393,16 +427,30 @@ private:
             node.connection->m_changeBell->ring();
     }
 
+    static void onNodeProperties(Node& node, const spa_pod* properties)
+    {
+        const PipeWireVolume before = node.volume;
+        node.volume.take(properties);
+        if (node.volume != before)
+            node.connection->m_changeBell->ring();
+    }
+
     void onMetadata(const Metadata& metadata, std::uint32_t subject, const char* key, const char* value)
     {
         const std::string_view name = key ? key : "";
         if (subject != PW_ID_CORE)
             return;
-        // Without a name everything is taken away; only the default is missed then.
-        if (name == "default.audio.source" || (name.empty() && &metadata == &m_default)) {
+        // Without a name everything is taken away; only the defaults are missed then.
+        const bool isAllDefaults = name.empty() && &metadata == &m_default;
+        if (name == "default.audio.source" || isAllDefaults) {
             m_defaultSourceName = value ? nameInMetadata(value) : std::string();
             m_changeBell->ring();
-        } else if (name == "clock.rate" || name == "clock.force-rate") {
+        }
+        if (name == "default.audio.sink" || isAllDefaults) {
+            m_defaultSinkName = value ? nameInMetadata(value) : std::string();
+            m_changeBell->ring();
+        }
+        if (name == "clock.rate" || name == "clock.force-rate") {
             // A forced rate of 0 means that none is forced.
             const auto rate = wholeNumber(value ? value : "");
             (name == "clock.rate" ? m_configuredRate : m_forcedRate) = rate.value_or(0);

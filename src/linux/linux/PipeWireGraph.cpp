@@ -95,17 +95,42 @@ bool PipeWireGraph::isConnected() const
     return m_connection->isConnected();
 }
 
-std::optional<PipeWireGraph::Source> PipeWireGraph::source(std::uint32_t id) const
+std::optional<PipeWireGraph::Endpoint> PipeWireGraph::source(std::uint32_t id) const
 {
     const PipeWireLock lock(threadLoop());
     return m_connection->sourceThat([id](const auto& node) { return node.device.id == id; });
 }
 
-std::optional<PipeWireGraph::Source> PipeWireGraph::defaultSource() const
+std::optional<PipeWireGraph::Endpoint> PipeWireGraph::defaultSource() const
 {
     const PipeWireLock lock(threadLoop());
     const std::string& name = m_connection->m_defaultSourceName;
     return m_connection->sourceThat([&name](const auto& node) { return node.device.uid == name; });
+}
+
+std::optional<PipeWireGraph::Endpoint> PipeWireGraph::sink(std::uint32_t id) const
+{
+    const PipeWireLock lock(threadLoop());
+    return m_connection->sinkThat([id](const auto& node) { return node.device.id == id; });
+}
+
+std::optional<PipeWireGraph::Endpoint> PipeWireGraph::defaultSink() const
+{
+    const PipeWireLock lock(threadLoop());
+    const std::string& name = m_connection->m_defaultSinkName;
+    return m_connection->sinkThat([&name](const auto& node) { return node.device.uid == name; });
+}
+
+std::optional<std::uint32_t> PipeWireGraph::defaultInputDevice() const
+{
+    const auto found = defaultSource();
+    return found ? std::optional(found->id) : std::nullopt;
+}
+
+std::optional<InputVolume> PipeWireGraph::inputVolume(std::uint32_t deviceID, int channel) const
+{
+    const PipeWireLock lock(threadLoop());
+    return m_connection->volumeOfSource(deviceID, channel);
 }
 
 std::uint32_t PipeWireGraph::sampleRate() const

@@ -17,7 +17,7 @@ struct pw_thread_loop;
 
 namespace velmor {
 
-/// The picture of PipeWire's graph: which audio nodes there are, which source is the default, and at
+/// The picture of PipeWire's graph: which audio nodes there are, which of them are the defaults, and at
 /// what rate the graph runs. A device's `id` is the node's number, its `uid` the node's name.
 ///
 /// Where there is no server, or it goes away, the devices become none, and the connection is made again
@@ -33,26 +33,30 @@ public:
     PipeWireGraph(const PipeWireGraph&) = delete;
     PipeWireGraph& operator=(const PipeWireGraph&) = delete;
 
-    /// A node that delivers sound.
-    struct Source
+    /// A node that delivers sound, or one that takes it.
+    struct Endpoint
     {
         std::uint32_t id = 0;
         std::string name;
-        bool isDuplex = false; ///< Takes sound too.
+        bool isDuplex = false; ///< Does both.
         /// One name of the "audio.position" vocabulary ("FL", "AUX0") for each channel.
         std::vector<std::string> channelPositions;
 
-        bool operator==(const Source&) const = default;
+        bool operator==(const Endpoint&) const = default;
     };
 
     std::vector<AudioDevice> inputDevices() const override;
     std::vector<AudioDevice> outputDevices() const override;
     int inputChannelCount(std::uint32_t deviceID) const override;
     std::optional<std::string> inputChannelName(std::uint32_t deviceID, int channel) const override;
+    std::optional<std::uint32_t> defaultInputDevice() const override;
+    std::optional<InputVolume> inputVolume(std::uint32_t deviceID, int channel) const override;
 
     bool isConnected() const;
-    std::optional<Source> source(std::uint32_t id) const;
-    std::optional<Source> defaultSource() const;
+    std::optional<Endpoint> source(std::uint32_t id) const;
+    std::optional<Endpoint> defaultSource() const;
+    std::optional<Endpoint> sink(std::uint32_t id) const;
+    std::optional<Endpoint> defaultSink() const;
 
     /// The graph's rate in hertz, as it is configured.
     std::uint32_t sampleRate() const;

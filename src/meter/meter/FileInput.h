@@ -29,6 +29,8 @@ public:
     std::vector<AudioDevice> outputDevices() const override { return {}; }
     int inputChannelCount(std::uint32_t deviceID) const override;
     std::optional<std::string> inputChannelName(std::uint32_t, int) const override { return std::nullopt; }
+    std::optional<std::uint32_t> defaultInputDevice() const override { return std::nullopt; }
+    std::optional<InputVolume> inputVolume(std::uint32_t, int) const override { return std::nullopt; }
     Subscription onChange(const std::function<void()>&) override { return {}; }
 
     CaptureAuthorization authorizationStatus() const override { return CaptureAuthorization::authorized; }

@@ -65,7 +65,6 @@ std::optional<Summary> measureFile(const Options& options, const std::function<b
     summary.file = options.file;
     summary.channel = options.channel;
     summary.channelCount = file.channelCount();
-    summary.calibrationOffset = options.calibrationOffset;
     summary.conservative = options.conservative;
 
     const FlushToZero flushToZero;

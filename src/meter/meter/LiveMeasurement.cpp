@@ -30,7 +30,7 @@ void checkConnection(const PipeWireGraph& graph)
 int checkInput(const Options& options, const PipeWireGraph& graph)
 {
     checkConnection(graph);
-    std::optional<PipeWireGraph::Source> source = graph.defaultSource();
+    std::optional<PipeWireGraph::Endpoint> source = graph.defaultSource();
     if (!options.device.empty()) {
         const auto devices = graph.inputDevices();
         const auto found = std::ranges::find(devices, options.device, &AudioDevice::uid);
@@ -63,7 +63,6 @@ Summary measureLive(const Options& options, const volatile std::sig_atomic_t& in
     summary.device = options.device;
     summary.channel = options.channel;
     summary.channelCount = channelCount;
-    summary.calibrationOffset = options.calibrationOffset;
     summary.conservative = options.conservative;
 
     bool isLost = false;

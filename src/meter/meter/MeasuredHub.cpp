@@ -22,8 +22,8 @@ MeasuredHub::MeasuredHub(MainLoop& loop, AudioCapture& capture, AudioHardware& h
     , m_options(options)
     , m_levels(options.blocksPath, options.ticksPath)
     , m_notifications(loop, options.notificationsPath)
-    , m_hub({loop, capture, hardware, m_defaults, options.calendar, m_notifications, m_loginItem, m_workspace,
-             storage(options)})
+    , m_hub({loop, capture, hardware, m_playback, m_defaults, options.calendar, m_notifications, m_loginItem,
+             m_workspace, storage(options)})
 {}
 
 MeasuredHub::~MeasuredHub()
@@ -33,7 +33,6 @@ MeasuredHub::~MeasuredHub()
 
 void MeasuredHub::start(const std::string& deviceUID, const std::string& defaultName)
 {
-    m_hub.settings.calibrationOffset = m_options.calibrationOffset;
     m_hub.settings.conservativeDoseMode = m_options.conservative;
     ReferenceLevelSettings reference = m_hub.referenceTracker.settings;
     reference.target = m_options.target.value_or(reference.target);
@@ -41,6 +40,9 @@ void MeasuredHub::start(const std::string& deviceUID, const std::string& default
     m_hub.referenceTracker.settings = reference;
     m_hub.deviceManager.selectDevice(deviceUID);
     m_hub.deviceManager.selectedChannelIndex = m_options.channel - 1;
+    // An offset counts as set on the chosen device.
+    if (m_options.calibrationOffset)
+        m_hub.settings.calibrationOffset = *m_options.calibrationOffset;
     m_levels.follow(m_loop, m_hub);
     m_hub.startSession(m_options.name.empty() ? defaultName : m_options.name);
 }
@@ -48,6 +50,7 @@ void MeasuredHub::start(const std::string& deviceUID, const std::string& default
 void MeasuredHub::finish(Summary& summary)
 {
     summary.blocks = m_levels.blockCount();
+    m_hub.updateCalibrationTrust();
     summary.take(m_hub);
     m_hub.endSession();
     summary.session = m_hub.sessionManager.sessionHistory.get().front();

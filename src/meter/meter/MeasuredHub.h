@@ -9,6 +9,7 @@
 #include <meter/Summary.h>
 #include <platform/AudioCapture.h>
 #include <platform/AudioHardware.h>
+#include <platform/AudioPlayback.h>
 #include <platform/LoginItem.h>
 #include <platform/MemoryDefaultsStore.h>
 #include <platform/Workspace.h>
@@ -47,6 +48,7 @@ private:
     MemoryDefaultsStore m_defaults;
     NoLoginItem m_loginItem;
     NoWorkspace m_workspace;
+    NoPlayback m_playback;
     LevelLog m_levels;
     NotificationLog m_notifications;
     AppState m_hub;

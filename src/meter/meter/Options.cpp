@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <meter/Options.h>
 
+#include <calibration/PinkNoisePlayer.h>
 #include <meter/MeterError.h>
 
 #include <CLI/CLI.hpp>
@@ -20,10 +21,15 @@ namespace {
 /// Leaves room for the longest recording before dates end in 2262.
 constexpr auto latestStart = "2200-01-01T00:00:00Z";
 
+constexpr double defaultNoiseSeconds = 10;
+constexpr double longestNoiseSeconds = 600;
+
 constexpr auto footer = R"(Examples:
   velmor-meter mix.wav
   velmor-meter --offset 118.5 --json --ticks ticks.ndjson mix.flac
   velmor-meter --list-devices
+  velmor-meter --noise noise.wav --seconds 10
+  velmor-meter --mic-response recorded-noise.wav --json
   velmor-meter --live --device alsa_input.usb-measurement_mic --channel 2 --seconds 60)";
 
 /// Whether writing to the one would harm the other.
@@ -44,8 +50,9 @@ bool isSameFile(const std::string& a, const std::string& b)
 void checkPaths(const Options& options)
 {
     const std::string history = options.historyFolder.empty() ? "" : options.historyFolder + "/sessions.json";
-    const std::array<std::string, 5> paths = {history, options.file, options.blocksPath, options.ticksPath,
-                                              options.notificationsPath};
+    const std::array<std::string, 6> paths = {
+        history,          options.file, options.blocksPath, options.ticksPath, options.notificationsPath,
+        options.noisePath};
     for (auto a = paths.begin(); a != paths.end(); ++a) {
         for (auto b = std::next(a); b != paths.end(); ++b) {
             if (isSameFile(*a, *b))
@@ -64,6 +71,7 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
     std::string startText;
     std::string zoneName;
     double seconds = 0;
+    std::string recording;
 
     CLI::App app(
         "Measures sound exposure: calibrated dBA and dBC levels, peaks and the NIOSH dose of a sound "
@@ -77,29 +85,49 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
     app.add_option("--device", options.device, "Input device, by the UID of --list-devices (system default)")
         ->needs(live);
     app.add_option("--channel", options.channel, "Channel to measure, counted from 1")->capture_default_str();
-    app.add_option("--offset", options.calibrationOffset, "Calibration: level in dB of a full-scale RMS of 1")
-        ->capture_default_str();
-    app.add_flag("--conservative", options.conservative, "Count the higher of dBA and dBC into the dose");
-    app.add_option("--start", startText, "Start of the recording, as 2026-03-01T09:12:45Z (now)")
-        ->excludes(live);
+    auto* offset = app.add_option("--offset", options.calibrationOffset,
+                                  "Calibration: level in dB of a full-scale RMS of 1 (94)");
+    auto* conservative =
+        app.add_flag("--conservative", options.conservative, "Count the higher of dBA and dBC into the dose");
+    auto* start =
+        app.add_option("--start", startText, "Start of the recording, as 2026-03-01T09:12:45Z (now)")
+            ->excludes(live);
     app.add_option("--time-zone", zoneName, "Time zone of the day, as Europe/Berlin (the system's)");
-    auto* duration =
-        app.add_option("--seconds", seconds, "Measure for so long (until interrupted)")->needs(live);
+    auto* duration = app.add_option("--seconds", seconds,
+                                    "Measure for so long (until interrupted); length of the noise (10)");
+    auto* noise =
+        app.add_option("--noise", options.noisePath,
+                       "Write the calibration's pink noise to this sound file, WAV, 44100 Hz, stereo");
+    auto* response =
+        app.add_option("--mic-response", recording,
+                       "Analyse a recording of that noise, and print the correction of what recorded it");
     app.add_flag("--json", options.json, "Print the result as one JSON object");
-    app.add_option("--blocks", options.blocksPath,
-                   "Write one JSON object for each block of 1024 frames (- for standard output)");
-    app.add_option("--ticks", options.ticksPath,
-                   "Write one JSON object for each tick of 0.1 seconds (- for standard output)");
-    app.add_option("--notifications", options.notificationsPath,
-                   "Write one JSON object for each notification that the program would post (- for "
-                   "standard output)");
-    app.add_option("--name", options.name, "Name of the session (the file's name, Manual for a live input)");
-    app.add_option("--history", options.historyFolder,
-                   "Keep the session in the history of this folder, as the program would");
-    app.add_option("--target", options.target, "Reference level in dBA (79)");
-    app.add_option("--tolerance", options.tolerance, "Half the width of the reference band in dB (3)");
-    file->excludes(live)->excludes(list);
-    live->excludes(list);
+    auto* blocks =
+        app.add_option("--blocks", options.blocksPath,
+                       "Write one JSON object for each block of 1024 frames (- for standard output)");
+    auto* ticks =
+        app.add_option("--ticks", options.ticksPath,
+                       "Write one JSON object for each tick of 0.1 seconds (- for standard output)");
+    auto* notifications =
+        app.add_option("--notifications", options.notificationsPath,
+                       "Write one JSON object for each notification that the program would post (- for "
+                       "standard output)");
+    auto* name = app.add_option("--name", options.name,
+                                "Name of the session (the file's name, Manual for a live input)");
+    auto* history = app.add_option("--history", options.historyFolder,
+                                   "Keep the session in the history of this folder, as the program would");
+    auto* target = app.add_option("--target", options.target, "Reference level in dBA (79)");
+    auto* tolerance =
+        app.add_option("--tolerance", options.tolerance, "Half the width of the reference band in dB (3)");
+    file->excludes(live)->excludes(list)->excludes(noise)->excludes(response);
+    live->excludes(list)->excludes(noise)->excludes(response);
+    noise->excludes(list)->excludes(response);
+    response->excludes(list);
+    for (CLI::Option* measuring :
+         {start, name, history, target, tolerance, conservative, offset, blocks, ticks, notifications}) {
+        noise->excludes(measuring);
+        response->excludes(measuring);
+    }
 
     try {
         app.parse(argumentCount, arguments);
@@ -115,7 +143,8 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
         if (option->count() > 0 && option->get_items_expected_max() > 0 && option->results().front().empty())
             throw MeterError(fmt::format("{}: given without a value", option->get_name()));
     }
-    for (std::string* path : {&options.blocksPath, &options.ticksPath, &options.notificationsPath}) {
+    for (std::string* path :
+         {&options.blocksPath, &options.ticksPath, &options.notificationsPath, &options.noisePath}) {
         if (*path == "/dev/stdout")
             *path = "-";
     }
@@ -124,12 +153,18 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
         options.task = Options::Task::listDevices;
     else if (isLive)
         options.task = Options::Task::measureLive;
-    else if (options.file.empty())
-        throw MeterError("no sound file named, and neither --live nor --list-devices (see --help)");
+    else if (noise->count() > 0)
+        options.task = Options::Task::writeNoise;
+    else if (response->count() > 0) {
+        options.task = Options::Task::analyzeMicResponse;
+        options.file = recording;
+    } else if (options.file.empty())
+        throw MeterError("no sound file named, nor --live, --list-devices, --noise or --mic-response (see "
+                         "--help)");
 
     if (options.channel < 1)
         throw MeterError(fmt::format("no channel {}: channels are counted from 1", options.channel));
-    if (!std::isfinite(options.calibrationOffset))
+    if (options.calibrationOffset && !std::isfinite(*options.calibrationOffset))
         throw MeterError("--offset: not a finite number");
     for (const auto& [option, value] :
          {std::pair("--target", options.target), std::pair("--tolerance", options.tolerance)}) {
@@ -152,7 +187,16 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
     if (duration->count() > 0) {
         if (!(seconds > 0) || !(seconds < 1e9))
             throw MeterError("--seconds: not a duration above 0");
+        if (options.task != Options::Task::measureLive && options.task != Options::Task::writeNoise)
+            throw MeterError("--seconds: goes with --live or --noise");
         options.seconds = seconds;
+    }
+    if (options.task == Options::Task::writeNoise) {
+        options.seconds = options.seconds.value_or(defaultNoiseSeconds);
+        if (*options.seconds > longestNoiseSeconds)
+            throw MeterError("--seconds: noise of at most ten minutes");
+        if (*options.seconds * PinkNoisePlayer::format.sampleRate < 1)
+            throw MeterError("--seconds: shorter than a sample");
     }
     checkPaths(options);
     return options;

@@ -13,18 +13,19 @@ namespace velmor {
 /// What the user asked the meter for.
 struct Options
 {
-    enum class Task { measureFile, measureLive, listDevices };
+    enum class Task { measureFile, measureLive, listDevices, writeNoise, analyzeMicResponse };
 
     Task task = Task::measureFile;
     std::string file;
-    std::string device; ///< Name of a PipeWire source; empty for the system's default.
-    int channel = 1;    ///< Counted from 1, as people do.
-    double calibrationOffset = 94.0;
+    std::string device;                      ///< Name of a PipeWire source; empty for the system's default.
+    int channel = 1;                         ///< Counted from 1, as people do.
+    std::optional<double> calibrationOffset; ///< dB; absent for the program's default.
     bool conservative = false;
     std::optional<Date> start; ///< Absent for now.
     Calendar calendar = Calendar::current();
-    std::optional<double> seconds; ///< Absent for until it is interrupted.
+    std::optional<double> seconds; ///< Absent for until it is interrupted; always there for noise.
     bool json = false;
+    std::string noisePath;
     std::string blocksPath;
     std::string ticksPath;
     std::string notificationsPath;

@@ -49,16 +49,19 @@ std::unique_ptr<OutputFile> OutputFile::openedUnlessEmpty(const std::string& pat
     return path.empty() ? nullptr : std::make_unique<OutputFile>(path);
 }
 
+void OutputFile::write(std::string_view text)
+{
+    if (m_file)
+        m_file->write(text);
+    else
+        std::fwrite(text.data(), 1, text.size(), m_stream.get());
+    check();
+}
+
 void OutputFile::writeLine(std::string_view text)
 {
-    if (m_file) {
-        m_file->write(text);
-        m_file->write("\n");
-    } else {
-        std::fwrite(text.data(), 1, text.size(), m_stream.get());
-        std::fputc('\n', m_stream.get());
-    }
-    check();
+    write(text);
+    write("\n");
 }
 
 void OutputFile::commit()

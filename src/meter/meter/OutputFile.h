@@ -22,6 +22,9 @@ public:
     /// Nothing for an empty path. \throws MeterError
     static std::unique_ptr<OutputFile> openedUnlessEmpty(const std::string& path);
 
+    /// \throws MeterError
+    void write(std::string_view text);
+
     /// Writes the text and a line break. \throws MeterError
     void writeLine(std::string_view text);
 

@@ -10,8 +10,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <new>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -127,6 +130,74 @@ std::size_t SoundFile::read(int channel, std::span<float> samples)
     }
     m_unusableSamples += silenceUnusableSamples(samples.first(filled));
     return filled;
+}
+
+namespace {
+
+/// A file in memory, for the library to write.
+struct MemoryFile
+{
+    std::string bytes;
+    std::size_t position = 0;
+};
+
+SF_VIRTUAL_IO memoryFileOperations()
+{
+    SF_VIRTUAL_IO operations = {};
+    operations.get_filelen = [](void* file) {
+        return static_cast<sf_count_t>(static_cast<MemoryFile*>(file)->bytes.size());
+    };
+    operations.tell = [](void* file) {
+        return static_cast<sf_count_t>(static_cast<MemoryFile*>(file)->position);
+    };
+    operations.seek = [](sf_count_t offset, int whence, void* user) -> sf_count_t {
+        auto& file = *static_cast<MemoryFile*>(user);
+        const auto from = whence == SEEK_SET   ? 0
+                          : whence == SEEK_CUR ? static_cast<sf_count_t>(file.position)
+                                               : static_cast<sf_count_t>(file.bytes.size());
+        if (from + offset < 0)
+            return -1;
+        file.position = static_cast<std::size_t>(from + offset);
+        return from + offset;
+    };
+    operations.write = [](const void* data, sf_count_t count, void* user) {
+        auto& file = *static_cast<MemoryFile*>(user);
+        const std::size_t end = file.position + static_cast<std::size_t>(count);
+        try {
+            if (file.bytes.size() < end)
+                file.bytes.resize(end);
+        } catch (const std::bad_alloc&) {
+            return sf_count_t(0);
+        }
+        std::memcpy(file.bytes.data() + file.position, data, static_cast<std::size_t>(count));
+        file.position = end;
+        return count;
+    };
+    // Asked of a file that is written, too.
+    operations.read = [](void*, sf_count_t, void*) { return sf_count_t(0); };
+    return operations;
+}
+
+} // namespace
+
+std::string waveFile(std::span<const float> samples, int channelCount, int sampleRate)
+{
+    MemoryFile file;
+    SF_VIRTUAL_IO operations = memoryFileOperations();
+    SF_INFO info = {};
+    info.samplerate = sampleRate;
+    info.channels = channelCount;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    std::unique_ptr<SNDFILE, CloseFile> writer(::sf_open_virtual(&operations, SFM_WRITE, &info, &file));
+    const auto count = static_cast<sf_count_t>(samples.size());
+    if (!writer)
+        throw MeterError(fmt::format("no sound file can be made ({})", ::sf_strerror(nullptr)));
+    // A chunk of the peaks would carry the time of writing.
+    ::sf_command(writer.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+    if (::sf_write_float(writer.get(), samples.data(), count) != count)
+        throw MeterError(fmt::format("no sound file can be made ({})", ::sf_strerror(writer.get())));
+    writer.reset();
+    return std::move(file.bytes);
 }
 
 } // namespace velmor

@@ -45,4 +45,7 @@ private:
     std::vector<float> m_interleaved;
 };
 
+/// A whole WAV file of interleaved 32-bit floats. \throws MeterError when it can't be made.
+std::string waveFile(std::span<const float> samples, int channelCount, int sampleRate);
+
 } // namespace velmor

@@ -30,6 +30,8 @@ void Summary::take(const AppState& hub)
 {
     const AudioMeasurementService& service = hub.audioService;
     const DoseCalculator& dose = hub.doseCalculator;
+    calibrationOffset = hub.settings.calibrationOffset;
+    calibration = hub.calibrationTrust.trust;
     sampleRate = service.currentSampleRate();
     droppedBlocks = service.droppedBlocks();
     unusableSamples = service.unusableSamples();
@@ -98,6 +100,16 @@ std::string jsonText(const Summary& summary)
     json.member("readingCount", std::ssize(summary.session.readings));
     memberIfKnown("onTargetPercentage", summary.session.onTargetPercentage());
     json.endObject();
+    json.key("calibration");
+    json.beginObject();
+    json.member("method", rawValue(summary.calibration.method));
+    memberIfKnown("filterDepartureDB", summary.calibration.filterDeparture);
+    json.key("concerns");
+    json.beginArray();
+    for (const std::string& concern : summary.calibration.concerns)
+        json.value(std::string_view(concern));
+    json.endArray();
+    json.endObject();
     json.endObject();
     return json.text().value() + "\n";
 }
@@ -140,8 +152,8 @@ std::string humanText(const Summary& summary)
     line("  {:<18}{:>8}      at or above 137 dBC", "", summary.peakCount137);
     line("  {:<18}{:>8}      at or above 140 dBC", "", summary.peakCount140);
     line("  {:<18}{:>8}      at or above 115 dBA", "", summary.peakDBACount115);
-    if (summary.droppedBlocks > 0)
-        line("\n  {} blocks were dropped: the figures are too low.", summary.droppedBlocks);
+    for (const std::string& concern : summary.calibration.concerns)
+        line("\n  Check the input: {}.", concern);
     if (summary.unusableSamples > 0)
         line("\n  {} samples were no numbers and counted as silence.", summary.unusableSamples);
     return text;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <app/AppState.h>
+#include <calibration/CalibrationTrust.h>
 #include <sessions/Session.h>
 
 #include <cstdint>
@@ -23,6 +24,7 @@ struct Summary
     std::uint64_t droppedBlocks = 0;
     std::uint64_t unusableSamples = 0;
     double calibrationOffset = 0;
+    CalibrationTrust calibration; ///< What the figures deserve.
     bool conservative = false;
     double currentSPL = 0;
     double currentDBC = 0;

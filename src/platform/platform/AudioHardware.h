@@ -31,6 +31,15 @@ struct AudioDevice
     bool operator==(const AudioDevice&) const = default;
 };
 
+/// What the host's mixer makes of one channel of an input before anybody gets it.
+struct InputVolume
+{
+    double gain = 1; ///< A factor.
+    bool isMuted = false;
+
+    bool operator==(const InputVolume&) const = default;
+};
+
 /// Lists the audio devices of the host. Main thread.
 class AudioHardware
 {
@@ -47,7 +56,13 @@ public:
     /// What the host calls one of a device's input channels, counted from 0; absent where it doesn't say.
     virtual std::optional<std::string> inputChannelName(std::uint32_t deviceID, int channel) const = 0;
 
-    /// Calls back on the main thread each time that devices have come, gone or changed.
+    /// The input that is the system's default; absent where there is none.
+    virtual std::optional<std::uint32_t> defaultInputDevice() const = 0;
+
+    /// The volume of one of a device's input channels, counted from 0; absent where the host doesn't say.
+    virtual std::optional<InputVolume> inputVolume(std::uint32_t deviceID, int channel) const = 0;
+
+    /// Calls back on the main thread each time that devices have come, gone or changed, volumes included.
     [[nodiscard]] virtual Subscription onChange(const std::function<void()>& callback) = 0;
 };
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -17,6 +18,19 @@
 namespace velmor {
 
 using DefaultsData = std::vector<std::byte>;
+
+/// The bytes of a text, for records that are stored as one.
+inline DefaultsData dataOf(std::string_view text)
+{
+    const auto bytes = std::as_bytes(std::span(text));
+    return {bytes.begin(), bytes.end()};
+}
+
+/// The text that the bytes are, as long as the data lives.
+inline std::string_view textOf(const DefaultsData& data)
+{
+    return {reinterpret_cast<const char*>(data.data()), data.size()};
+}
 
 /// Texts by text.
 using DefaultsDictionary = std::map<std::string, std::string, std::less<>>;
