@@ -43,9 +43,9 @@ void plain(benchmark::State& state)
 }
 BENCHMARK(plain);
 
-void kernel(benchmark::State& state, BlockKernel::VectorUnit unit)
+void kernel(benchmark::State& state, VectorUnit unit)
 {
-    if (unit == BlockKernel::VectorUnit::avx2 && BlockKernel::bestVectorUnit() != unit) {
+    if (unit == VectorUnit::avx2 && bestVectorUnit() != unit) {
         state.SkipWithError("this processor has no AVX2");
         return;
     }
@@ -56,8 +56,8 @@ void kernel(benchmark::State& state, BlockKernel::VectorUnit unit)
             blockKernel.weigh(filters.a, filters.c, filters.block, filters.aScratch, filters.cScratch));
     countSamples(state);
 }
-BENCHMARK_CAPTURE(kernel, baseline, BlockKernel::VectorUnit::baseline);
-BENCHMARK_CAPTURE(kernel, avx2, BlockKernel::VectorUnit::avx2);
+BENCHMARK_CAPTURE(kernel, baseline, VectorUnit::baseline);
+BENCHMARK_CAPTURE(kernel, avx2, VectorUnit::avx2);
 
 void chain(benchmark::State& state)
 {

@@ -29,11 +29,12 @@ void tick(benchmark::State& state, DefaultsStore& defaults, VirtualMainLoop& loo
           const std::function<void()>& commit)
 {
     test::FakeAudio audio;
+    NoPlayback playback;
     const Calendar calendar = Calendar::inZone("UTC").value();
     test::FakeNotificationCenter notifications;
     NoLoginItem loginItem;
     NoWorkspace workspace;
-    AppState hub({loop, audio, audio, defaults, calendar, notifications, loginItem, workspace,
+    AppState hub({loop, audio, audio, playback, defaults, calendar, notifications, loginItem, workspace,
                   SessionStorage::nowhere()});
     hub.settings.calibrationOffset = 110;
     setPrintedLines(PrintedLines::nowhere);
@@ -89,11 +90,12 @@ void eightHours(benchmark::State& state)
         VirtualMainLoop loop(dateFromIsoText("2026-03-02T09:00:00Z").value());
         MemoryDefaultsStore defaults;
         test::FakeAudio audio;
+        NoPlayback playback;
         const Calendar calendar = Calendar::inZone("UTC").value();
         test::FakeNotificationCenter notifications;
         NoLoginItem loginItem;
         NoWorkspace workspace;
-        AppState hub({loop, audio, audio, defaults, calendar, notifications, loginItem, workspace,
+        AppState hub({loop, audio, audio, playback, defaults, calendar, notifications, loginItem, workspace,
                       SessionStorage::inFolder(folder.path())});
         hub.startSession("REAPER");
         // A level for each second.
