@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The correction's 128 taps on blocks of 1024 samples (per sample: the time over 1024), and what a measurement
-// costs.
+// The correction's 128 taps on blocks of 1024 samples (per sample: the time over 1024), and what a
+// measurement costs.
 //   plainDotProduct     one sum after the other, each addition waiting for the one before it
 //   correlation         the tiled one, by vector units
 //   correction          a block through MicFrequencyCorrection

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What lies under the keys of the microphone's correction and of the saved profiles: it either does not decode,
-// or decodes to what is written and read back as the same, and can be checked and applied to sound.
+// What lies under the keys of the microphone's correction and of the saved profiles: it either does not
+// decode, or decodes to what is written and read back as the same, and can be checked and applied to sound.
 #include <base/VirtualMainLoop.h>
 #include <calibration/CalibrationProfileStore.h>
 #include <calibration/CalibrationTrust.h>

@@ -23,8 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             if (!(std::abs(point.gainDB) < 9.001F))
                 std::abort();
         }
-        const double wanted = curveGainDB(profile.correctionCurve, 1000);
-        if (!(std::abs(filterGainDB(profile.taps, 48000, 1000) - wanted) < 0.01))
+        if (!(std::abs(filterGainDB(profile.taps, 48000, 1000)) < 0.01))
             std::abort();
     } catch (const MicrophoneDataError&) {
     }

@@ -172,7 +172,8 @@ TEST_F(AppStateCalibrationTest, AMeasurementPutsTheCorrectionInForceAndTheMicrop
     EXPECT_EQ(hub->micFreqCorrection.profile.get()->taps.size(), 128U);
 }
 
-TEST_F(AppStateCalibrationTest, NoiseThatPlayedBeforeAMeasurementClosesAndOpensTheMicrophoneAndItRunsAllTheSame)
+TEST_F(AppStateCalibrationTest,
+       NoiseThatPlayedBeforeAMeasurementClosesAndOpensTheMicrophoneAndItRunsAllTheSame)
 {
     hub->pinkNoisePlayer.start(std::nullopt);
     host.loop.runPosted();
@@ -307,6 +308,72 @@ TEST_F(AppStateCalibrationTest, AProposalIsOfTheChainThatItWasFoundOn)
               std::vector<std::string>{"calibrated with Measurement Mic, measuring with Interface (Acme)"});
 }
 
+TEST_F(AppStateCalibrationTest, AnotherInputOrNoiseEndsTheListeningForACalibrator)
+{
+    const CalibratorState changed = Calibrator::Failed{"The input has changed. Begin again."};
+    hub->settings.selectedDeviceUID = "mic";
+    ASSERT_TRUE(hub->startCalibrator(94));
+    hub->pinkNoisePlayer.start(std::nullopt);
+    host.loop.runPosted();
+    EXPECT_EQ(hub->calibratorService.state.get(), changed);
+    EXPECT_TRUE(hub->audioService.isRunning);
+    hub->pinkNoisePlayer.stop();
+    host.loop.runPosted();
+    // The default is another one while the run goes on.
+    hub->settings.selectedDeviceUID = "";
+    ASSERT_TRUE(hub->startCalibrator(94));
+    host.loop.runPosted();
+    EXPECT_TRUE(hub->calibratorService.isListening());
+    std::swap(host.audio.inputs[0], host.audio.inputs[1]);
+    host.audio.changed();
+    host.loop.runPosted();
+    EXPECT_EQ(hub->calibratorService.state.get(), changed);
+    // Noise that ended just before leaves the run its capture.
+    hub->pinkNoisePlayer.start(std::nullopt);
+    host.loop.runPosted();
+    hub->pinkNoisePlayer.stop();
+    ASSERT_TRUE(hub->startCalibrator(94));
+    host.loop.runPosted();
+    EXPECT_TRUE(hub->calibratorService.isListening());
+    EXPECT_TRUE(hub->audioService.isRunning);
+}
+
+TEST_F(AppStateCalibrationTest, TheChannelIsTheOneThatIsMeasured)
+{
+    hub->settings.selectedDeviceUID = "mic";
+    hub->settings.calibrationOffset = 100;
+    hub->startSession("REAPER");
+    hub->deviceManager.selectedChannelIndex = 1;
+    host.loop.runPosted();
+    EXPECT_TRUE(trust().concerns.empty());
+    hub->endSession();
+    host.loop.runPosted();
+    EXPECT_EQ(trust().concerns, std::vector<std::string>{"calibrated on channel 1, measuring channel 2"});
+    // A device of fewer channels is measured on its first.
+    host.audio.channelCounts[12] = 1;
+    host.audio.unplug("mic");
+    host.audio.changed();
+    host.loop.runPosted();
+    EXPECT_EQ(hub->inputChain().deviceUID, "interface");
+    EXPECT_EQ(hub->inputChain().channel, 0);
+}
+
+TEST_F(AppStateCalibrationTest, AProfileWithACorrectionIsOfThatCorrectionAndOneWithoutOfNone)
+{
+    hub->settings.calibrationOffset = 100;
+    hub->saveCalibrationProfile("without");
+    hub->micFreqCorrection.save(halving);
+    hub->saveCalibrationProfile("with");
+    const auto profiles = hub->calibrationProfileStore.profiles.get();
+    hub->applyCalibrationProfile(profiles[0]);
+    host.loop.runPosted();
+    EXPECT_TRUE(trust().concerns.empty());
+    hub->applyCalibrationProfile(profiles[1]);
+    host.loop.runPosted();
+    EXPECT_EQ(trust().concerns,
+              std::vector<std::string>{"correction filter changed levels by -6.0 dB since calibration"});
+}
+
 TEST_F(AppStateCalibrationTest, TheTrustTellsOfACorrectionThatIsTurnedOnOrMeasuredAfterwards)
 {
     hub->settings.calibrationOffset = 100;
@@ -388,7 +455,8 @@ TEST_F(AppStateCalibrationTest, TheTrustFollowsDeviceChannelVolumeAndClipping)
     host.audio.volumes[{11, 0}] = {0.5, false};
     host.audio.changed();
     host.loop.runPosted();
-    EXPECT_EQ(trust().concerns, std::vector<std::string>{"input volume changed by -6.0 dB since calibration"});
+    EXPECT_EQ(trust().concerns,
+              std::vector<std::string>{"input volume changed by -6.0 dB since calibration"});
     host.audio.volumes[{11, 0}] = {1.0, false};
     hub->deviceManager.selectedChannelIndex = 1;
     host.loop.runPosted();

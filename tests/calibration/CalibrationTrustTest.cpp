@@ -11,7 +11,7 @@ namespace velmor {
 namespace {
 
 const Date day = dateFromIsoText("2026-03-02T09:00:00Z").value();
-const InputChain chain{"mic", "Measurement Mic", 0, 1.0, 0.0, false};
+const InputChain chain{"mic", "Measurement Mic", 0, 1.0, 0.0};
 
 CalibrationRecord recordOf(CalibrationMethod method)
 {
@@ -68,13 +68,13 @@ TEST(CalibrationTrust, TellsTheMethodAndTheAge)
 TEST(CalibrationTrust, TellsOfAnotherDeviceOrChannel)
 {
     auto other = facts();
-    other.chain = {"interface", "Interface", 0, 0.5, 0.0, false};
+    other.chain = {"interface", "Interface", 0, 0.5, 0.0};
     EXPECT_EQ(concerns(other),
               std::vector<std::string>{"calibrated with Measurement Mic, measuring with Interface"});
-    other.chain = {"", "", 0, std::nullopt, 0.0, false};
+    other.chain = {"", "", 0, std::nullopt, 0.0};
     EXPECT_EQ(concerns(other),
               std::vector<std::string>{"calibrated with Measurement Mic, measuring with no device"});
-    other.chain = {"mic", "Measurement Mic", 1, 1.0, 0.0, false};
+    other.chain = {"mic", "Measurement Mic", 1, 1.0, 0.0};
     EXPECT_EQ(concerns(other), std::vector<std::string>{"calibrated on channel 1, measuring channel 2"});
 }
 
@@ -91,7 +91,7 @@ TEST(CalibrationTrust, TellsOfAVolumeThatWasChangedInTheMixer)
     EXPECT_EQ(concerns(other), std::vector<std::string>{"input volume changed since calibration"});
     other.chain.volumeGain = std::nullopt;
     EXPECT_TRUE(concerns(other).empty());
-    other.chain.isMuted = true;
+    other.isMuted = true;
     EXPECT_EQ(concerns(other), std::vector<std::string>{"input is muted"});
 }
 
@@ -161,7 +161,7 @@ TEST(CalibrationTrustService, KeepsTheRecordAcrossARestartUntilItIsForgotten)
     EXPECT_EQ(textOf(defaults.get<DefaultsData>("calibrationRecord_v1").value()),
               R"({"method":"calibrator","offset":101.5,"calibratorLevel":94,"date":794134800,)"
               R"("chain":{"deviceUID":"mic","deviceName":"Measurement Mic","channel":0,"volumeGain":1,)"
-              R"("correctionGainDB":0,"isMuted":false}})");
+              R"("correctionGainDB":0}})");
     EXPECT_EQ(CalibrationTrustService(defaults).record(), recordOf(CalibrationMethod::calibrator));
     service.note({CalibrationMethod::slider, 100, std::nullopt, day, {}});
     EXPECT_EQ(CalibrationTrustService(defaults).record()->method, CalibrationMethod::slider);

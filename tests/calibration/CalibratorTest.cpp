@@ -303,7 +303,7 @@ TEST_F(CalibratorServiceTest, AnotherSampleRateEndsTheRun)
     loop.runFor(0.4);
     hear(1, 0.1);
     EXPECT_EQ(calibrator.state.get(),
-              CalibratorState(Calibrator::Failed{"The input has changed its sample rate. Begin again."}));
+              CalibratorState(Calibrator::Failed{"The input has changed. Begin again."}));
     EXPECT_FALSE(service->isRunning);
 }
 

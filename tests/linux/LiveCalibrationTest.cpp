@@ -67,8 +67,9 @@ protected:
         ASSERT_TRUE(runUntil([this] { return graph->defaultSink() && graph->defaultSource(); }));
         capture = std::make_unique<PipeWireCapture>(loop, *graph);
         playback = std::make_unique<PipeWirePlayback>(loop, *graph);
-        hub = std::make_unique<AppState>(Host{loop, *capture, *graph, *playback, defaults, calendar,
-                                              notifications, loginItem, workspace, SessionStorage::nowhere()});
+        hub =
+            std::make_unique<AppState>(Host{loop, *capture, *graph, *playback, defaults, calendar,
+                                            notifications, loginItem, workspace, SessionStorage::nowhere()});
         hub->settings.selectedDeviceUID = "testmic";
         hub->settings.selectedOutputDeviceUID = "monitors";
     }
@@ -83,8 +84,9 @@ protected:
 
     static bool link(const std::string& from, const std::string& to)
     {
-        return test::PrivateAudioSession::waitUntil(
-            [&] { return test::run({"pw-link", from, to}).status == 0; });
+        return test::PrivateAudioSession::waitUntil([&] {
+            return test::run({"pw-link", from, to}).status == 0;
+        });
     }
 
     /// What is played on the loudspeaker goes to the microphone through the room.
@@ -95,19 +97,18 @@ protected:
             nodes += "{ type = builtin name = eq" + std::to_string(i) +
                      " label = bq_peaking control = { Freq = " + std::to_string(roomFrequencies[i]) +
                      " Q = " + std::to_string(roomQ) + " Gain = " + std::to_string(roomGains[i]) + " } } ";
-        test::writeFile(
-            session / "room.conf",
-            "context.spa-libs = { audio.convert.* = audioconvert/libspa-audioconvert "
-            "support.* = support/libspa-support }\n"
-            "context.modules = [ { name = libpipewire-module-protocol-native } "
-            "{ name = libpipewire-module-client-node } { name = libpipewire-module-adapter } "
-            "{ name = libpipewire-module-filter-chain args = { node.description = Room "
-            "filter.graph = { nodes = [ " +
-                nodes +
-                "] links = [ { output = \"eq0:Out\" input = \"eq1:In\" } ] } "
-                "audio.channels = 1 audio.position = [ MONO ] "
-                "capture.props = { node.name = room.in node.autoconnect = false } "
-                "playback.props = { node.name = room.out node.autoconnect = false } } } ]\n");
+        test::writeFile(session / "room.conf",
+                        "context.spa-libs = { audio.convert.* = audioconvert/libspa-audioconvert "
+                        "support.* = support/libspa-support }\n"
+                        "context.modules = [ { name = libpipewire-module-protocol-native } "
+                        "{ name = libpipewire-module-client-node } { name = libpipewire-module-adapter } "
+                        "{ name = libpipewire-module-filter-chain args = { node.description = Room "
+                        "filter.graph = { nodes = [ " +
+                            nodes +
+                            "] links = [ { output = \"eq0:Out\" input = \"eq1:In\" } ] } "
+                            "audio.channels = 1 audio.position = [ MONO ] "
+                            "capture.props = { node.name = room.in node.autoconnect = false } "
+                            "playback.props = { node.name = room.out node.autoconnect = false } } } ]\n");
         room = std::make_unique<test::Companion>(
             std::vector<std::string>{"pipewire", "-c", session / "room.conf"}, session / "room.log");
         ASSERT_TRUE(link("monitors:monitor_FL", "room.in:input_MONO"))
@@ -377,9 +378,8 @@ TEST_F(LiveCalibrationTest, WithoutAnyOutputTheNoiseCannotStart)
     ASSERT_TRUE(runUntil([this] { return graph->outputDevices().empty(); }));
     EXPECT_FALSE(hub->pinkNoisePlayer.start(std::nullopt));
     hub->measureMicResponse();
-    ASSERT_TRUE(runUntil([this] {
-        return state() == MicCalibrationState(Failed{"Could not start pink noise playback"});
-    }));
+    ASSERT_TRUE(runUntil(
+        [this] { return state() == MicCalibrationState(Failed{"Could not start pink noise playback"}); }));
 }
 
 TEST_F(LiveCalibrationTest, AMixersVolumeOnTheNoiseIsPutBack)

@@ -228,7 +228,9 @@ private:
     void updateCalibrationTrustSoon();
     void cancelCalibrations();
     void calibrate(const CalibrationRecord& record);
+    void endTargetCalibration();
     double correctionGain() const;
+    int usedChannel(const std::optional<AudioDevice>& device) const;
     std::optional<AudioDevice> usedInput() const;
     std::string inputName() const;
     std::string outputName() const;
@@ -266,8 +268,8 @@ private:
     bool m_isTrustOutdated = false;
     bool m_isFilterChecked = false; ///< The departure below is of the present profile.
     std::optional<double> m_filterDeparture;
-    Date m_proposalDate; ///< Of what the calibrator's tone has proposed, as the chain below.
-    InputChain m_proposalChain;
+    InputChain m_calibratorChain; ///< Of the calibrator's run, or of its proposal.
+    Date m_proposalDate;
     std::optional<ReferenceLevelSettings> m_announcedReference; ///< What widgets were last told of.
     std::vector<Subscription> m_subscriptions;
     Lifetime m_lifetime;

@@ -42,7 +42,7 @@ void AppState::setupCalibration()
         if (!std::holds_alternative<Calibrator::Proposed>(state))
             return;
         m_proposalDate = m_loop.now();
-        m_proposalChain = inputChain();
+        m_calibratorChain = inputChain();
     }));
     updateCalibrationTrust();
 }
@@ -50,9 +50,12 @@ void AppState::setupCalibration()
 // The microphone is open while the noise plays, and during a session.
 void AppState::calibrationNoiseChanged(bool isPlaying)
 {
+    if (isPlaying)
+        calibratorService.interrupt();
     if (isPlaying && !audioService.isRunning)
         audioService.start();
-    else if (!isPlaying && audioService.isRunning && !sessionManager.currentSession.get())
+    else if (!isPlaying && audioService.isRunning && !sessionManager.currentSession.get() &&
+             !calibratorService.isListening())
         audioService.stop();
 }
 
@@ -71,13 +74,18 @@ void AppState::measureMicResponse()
 {
     if (calibratorService.isListening())
         calibratorService.cancel();
-    // It lends the noise to one at a time.
+    endTargetCalibration();
+    micResponseService.start(audioService, pinkNoisePlayer, settings.selectedOutputDeviceUID.get(),
+                             micFreqCorrection);
+}
+
+// The noise is lent to one calibration at a time.
+void AppState::endTargetCalibration()
+{
     const TargetCalibrationState& target = targetCalibrationService.state;
     if (std::holds_alternative<TargetCalibration::Playing>(target) ||
         std::holds_alternative<TargetCalibration::Captured>(target))
         targetCalibrationService.cancel();
-    micResponseService.start(audioService, pinkNoisePlayer, settings.selectedOutputDeviceUID.get(),
-                             micFreqCorrection);
 }
 
 bool AppState::startTargetCalibration()
@@ -118,6 +126,10 @@ void AppState::applyCalibrationProfile(const CalibrationSavedProfile& profile)
     InputChain chain;
     chain.deviceUID = applied.deviceUID;
     chain.deviceName = applied.deviceName;
+    // A profile without a correction was made without one.
+    const auto& filter = applied.freqProfile;
+    chain.correctionGainDB =
+        filter ? filterGainDB(filter->taps, filter->sampleRate, calibrationFrequency) : 0;
     calibrate(
         {CalibrationMethod::profile, applied.levelOffsetAtSave, std::nullopt, applied.savedDate, chain});
 }
@@ -126,7 +138,9 @@ bool AppState::startCalibrator(double level)
 {
     if (sessionManager.currentSession.get() || micResponseService.isInProgress() || pinkNoisePlayer.isPlaying)
         return false;
+    endTargetCalibration();
     calibratorService.start(audioService, micFreqCorrection, level);
+    m_calibratorChain = inputChain();
     return calibratorService.isListening();
 }
 
@@ -136,7 +150,7 @@ void AppState::acceptCalibratorOffset()
     if (!proposed)
         return;
     calibrate({CalibrationMethod::calibrator, proposed->offset, proposed->calibratorLevel, m_proposalDate,
-               m_proposalChain});
+               m_calibratorChain});
     calibratorService.cancel();
 }
 
@@ -168,28 +182,36 @@ std::optional<AudioDevice> AppState::usedInput() const
 InputChain AppState::inputChain() const
 {
     InputChain chain;
-    const int channel = deviceManager.selectedChannelIndex;
-    chain.channel = channel;
     chain.correctionGainDB = correctionGain();
-    if (const auto device = usedInput()) {
+    const auto device = usedInput();
+    const int channel = usedChannel(device);
+    chain.channel = channel;
+    if (device) {
         chain.deviceUID = device->uid;
         chain.deviceName = device->displayName();
-        if (const auto volume = m_hardware.inputVolume(device->id, channel)) {
+        if (const auto volume = m_hardware.inputVolume(device->id, channel))
             chain.volumeGain = volume->gain;
-            chain.isMuted = volume->isMuted;
-        }
     }
     return chain;
+}
+
+// A device that hasn't the selected channel is measured on its first one.
+int AppState::usedChannel(const std::optional<AudioDevice>& device) const
+{
+    if (audioService.isRunning)
+        return audioService.openedChannel();
+    const int selected = deviceManager.selectedChannelIndex;
+    return !device || selected < m_hardware.inputChannelCount(device->id) ? selected : 0;
 }
 
 // While nothing is captured, as it would be at the correction's own rate.
 double AppState::correctionGain() const
 {
     const auto& profile = micFreqCorrection.profile.get();
-    const bool isApplied =
-        micFreqCorrection.isEnabled && profile &&
-        (!audioService.isRunning || audioService.currentSampleRate() == profile->sampleRate);
-    return isApplied ? filterGainDB(profile->taps, profile->sampleRate, calibratorFrequency) : 0;
+    if (!profile)
+        return 0;
+    const double sampleRate = audioService.isRunning ? audioService.currentSampleRate() : profile->sampleRate;
+    return correctionGainDB(micFreqCorrection, sampleRate, calibrationFrequency);
 }
 
 std::string AppState::inputName() const
@@ -226,6 +248,9 @@ void AppState::updateCalibrationTrust()
     facts.isOffsetStored = SettingRows::calibrationOffset.stored(m_defaults).has_value();
     facts.chain = inputChain();
     facts.faults = audioService.inputFaults;
+    const auto device = usedInput();
+    const auto volume = device ? m_hardware.inputVolume(device->id, usedChannel(device)) : std::nullopt;
+    facts.isMuted = volume && volume->isMuted;
     facts.isCorrectionOn = micFreqCorrection.isEnabled;
     if (profile)
         facts.correctionSampleRate = profile->sampleRate;
@@ -233,6 +258,9 @@ void AppState::updateCalibrationTrust()
     if (audioService.isRunning)
         facts.captureSampleRate = audioService.currentSampleRate();
     calibrationTrust.update(facts);
+    if (facts.chain.deviceUID != m_calibratorChain.deviceUID ||
+        facts.chain.channel != m_calibratorChain.channel)
+        calibratorService.interrupt();
 }
 
 } // namespace velmor

@@ -10,7 +10,8 @@ namespace velmor {
 /// The stored members of a record with their keys, in order. A record gets a table of its own by
 ///
 ///     template <>
-///     inline constexpr auto jsonMembers<Point> = std::tuple(std::pair("x", &Point::x), std::pair("y", &Point::y));
+///     inline constexpr auto jsonMembers<Point> = std::tuple(std::pair("x", &Point::x), std::pair("y",
+///     &Point::y));
 ///
 /// and is then written and read by what is in JsonRecord.h.
 template <typename Record>

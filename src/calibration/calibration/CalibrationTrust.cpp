@@ -107,7 +107,7 @@ CalibrationTrust calibrationTrust(const std::optional<CalibrationRecord>& record
     } else if (facts.isOffsetStored) {
         trust.method = CalibrationMethod::slider;
     }
-    if (facts.chain.isMuted)
+    if (facts.isMuted)
         trust.concerns.push_back("input is muted");
     if (facts.isCorrectionOn && facts.filterDeparture && *facts.filterDeparture > largestFilterDeparture)
         trust.concerns.push_back(
@@ -138,6 +138,8 @@ void CalibrationTrustService::note(const CalibrationRecord& record)
     m_record = record;
     if (const auto json = encodedJson(record))
         m_defaults.set(defaultsKey, dataOf(*json));
+    else
+        m_defaults.remove(defaultsKey);
 }
 
 void CalibrationTrustService::forget()

@@ -36,7 +36,6 @@ struct InputChain
     std::optional<std::int64_t> channel;    ///< From 0.
     std::optional<double> volumeGain;       ///< In the system's mixer, a factor.
     std::optional<double> correctionGainDB; ///< Of the microphone's correction at 1 kHz; 0 while it is off.
-    bool isMuted = false;                   ///< In the system's mixer.
 
     bool operator==(const InputChain&) const = default;
 };
@@ -57,7 +56,7 @@ template <>
 inline constexpr auto jsonMembers<InputChain> = std::tuple(
     std::pair("deviceUID", &InputChain::deviceUID), std::pair("deviceName", &InputChain::deviceName),
     std::pair("channel", &InputChain::channel), std::pair("volumeGain", &InputChain::volumeGain),
-    std::pair("correctionGainDB", &InputChain::correctionGainDB), std::pair("isMuted", &InputChain::isMuted));
+    std::pair("correctionGainDB", &InputChain::correctionGainDB));
 
 template <>
 inline constexpr auto jsonMembers<CalibrationRecord> = std::tuple(
@@ -72,6 +71,7 @@ struct CalibrationFacts
     bool isOffsetStored = false; ///< Or else the default.
     InputChain chain;
     InputFaults faults;
+    bool isMuted = false; ///< In the system's mixer.
     bool isCorrectionOn = false;
     std::optional<double> correctionSampleRate; ///< Hertz; absent without a profile.
     std::optional<double> filterDeparture;      ///< dB, from filterDeparture(); absent without a profile.

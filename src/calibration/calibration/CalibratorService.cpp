@@ -81,6 +81,12 @@ void CalibratorService::cancel()
     state = Idle();
 }
 
+void CalibratorService::interrupt()
+{
+    if (isListening())
+        fail("The input has changed. Begin again.");
+}
+
 void CalibratorService::fail(std::string message)
 {
     endRun();
@@ -97,7 +103,7 @@ void CalibratorService::readFrames()
             return;
         m_frameLength = 0;
         if (m_sampleRate.load(std::memory_order_relaxed) != m_analyzer->sampleRate())
-            fail("The input has changed its sample rate. Begin again.");
+            interrupt();
         else
             take(m_analyzer->read(m_frame));
     }
@@ -135,20 +141,12 @@ void CalibratorService::propose()
         frequency += reading.frequency;
     }
     frequency /= static_cast<double>(m_steady.size());
-    const double level = energyMean(energy, std::ssize(m_steady)) + correctionGain(frequency);
+    // The samples come from before the correction, and the program's readings from behind it.
+    const double level = energyMean(energy, std::ssize(m_steady)) +
+                         correctionGainDB(*m_correction, m_analyzer->sampleRate(), frequency);
     // Whoever is told may look at the chain that it is proposed for.
     state = Proposed{m_calibratorLevel - level, m_calibratorLevel, frequency};
     endRun();
-}
-
-// The samples come from before the correction, and the program's readings from behind it.
-double CalibratorService::correctionGain(double frequency) const
-{
-    const auto& profile = m_correction->profile.get();
-    const double sampleRate = m_audioService->currentSampleRate();
-    if (!m_correction->isEnabled || !profile || profile->taps.empty() || profile->sampleRate != sampleRate)
-        return 0;
-    return filterGainDB(profile->taps, sampleRate, frequency);
 }
 
 void CalibratorService::endRun()

@@ -83,6 +83,9 @@ public:
     void start(AudioMeasurementService& audioService, const MicFrequencyCorrection& correction,
                double calibratorLevel);
 
+    /// Another input is listened to now than at the start: the run, if there is one, fails.
+    void interrupt();
+
     /// Ends a run, and the capture if the run has started it; to idle from any state.
     void cancel();
 
@@ -97,7 +100,6 @@ private:
     void readFrames();
     void take(const CalibratorReading& reading);
     void propose();
-    double correctionGain(double frequency) const;
     void endRun();
 
     MainLoop& m_loop;

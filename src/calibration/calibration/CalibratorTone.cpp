@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <calibration/CalibratorTone.h>
 
+#include <calibration/FilterCheck.h>
 #include <level/ClipDetector.h>
 
 #include <fmt/format.h>
@@ -105,7 +106,8 @@ CalibratorReading CalibratorToneAnalyzer::read(std::span<const float> frame)
     const Tone strongest = strongestBetween(lowestFrequency, nyquist);
     if (!(10 * std::log10(strongest.power) > lowestLevel))
         return {CalibratorProblem::noTone};
-    const bool isRightTone = std::abs(strongest.frequency / calibratorFrequency - 1) <= largestFrequencyError;
+    const bool isRightTone =
+        std::abs(strongest.frequency / calibrationFrequency - 1) <= largestFrequencyError;
     if (!isRightTone) {
         if (strongest.power < tonalShare * total)
             return {CalibratorProblem::handlingNoise};

@@ -22,9 +22,6 @@ enum class CalibratorProblem {
     handlingNoise,
 };
 
-/// What a calibrator's frequency is, Hz.
-inline constexpr double calibratorFrequency = 1000.0;
-
 /// One look at the tone.
 struct CalibratorReading
 {

@@ -12,9 +12,11 @@ namespace velmor {
 
 namespace {
 
-constexpr double calibrationFrequency = 1000.0;
 constexpr double smallestMagnitude = 1e-10;
 constexpr double largestDeparture = 200.0;
+
+/// Stored profiles may hold any numbers, and any number of them: what is beyond this is not worked out.
+constexpr std::size_t mostTaps = 16384;
 constexpr std::size_t mostWork = 1000000;
 
 } // namespace
@@ -23,7 +25,7 @@ double filterGainDB(std::span<const float> taps, double sampleRate, double frequ
 {
     if (taps.empty())
         return 0;
-    if (!(sampleRate > 0))
+    if (!(sampleRate > 0) || taps.size() > mostTaps)
         return 20 * std::log10(smallestMagnitude);
     std::complex<double> response;
     for (std::size_t p = 0; p < taps.size(); ++p) {
@@ -51,7 +53,6 @@ double curveGainDB(std::span<const FrequencyCurvePoint> curve, double frequency)
 
 double filterDeparture(const MicCorrectionProfile& profile)
 {
-    // Stored profiles may hold any numbers, and any number of them.
     if (profile.taps.size() * (profile.correctionCurve.size() + 1) > mostWork)
         return largestDeparture;
     const auto departureAt = [&](double frequency, double wanted) {
@@ -64,6 +65,14 @@ double filterDeparture(const MicCorrectionProfile& profile)
         largest = std::max(
             largest, departureAt(static_cast<double>(point.frequency), static_cast<double>(point.gainDB)));
     return largest;
+}
+
+double correctionGainDB(const MicFrequencyCorrection& correction, double sampleRate, double frequency)
+{
+    const auto& profile = correction.profile.get();
+    if (!correction.isEnabled || !profile || profile->sampleRate != sampleRate)
+        return 0;
+    return filterGainDB(profile->taps, sampleRate, frequency);
 }
 
 } // namespace velmor

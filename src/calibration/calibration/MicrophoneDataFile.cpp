@@ -26,7 +26,6 @@ constexpr double highestFrequency = 1e6;
 /// A microphone's data go further than this; numbers that don't are in another unit.
 constexpr double leastHighestFrequency = 5000.0;
 constexpr double largestGainDB = 100.0;
-constexpr double referenceFrequency = 1000.0;
 
 /// Text before its end or the first of the characters; what follows stays in `text`.
 std::string_view takeUntil(std::string_view& text, std::string_view characters)
@@ -95,7 +94,10 @@ std::optional<double> sensFactor(std::string_view line)
     const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
     if (error != std::errc() || !std::isfinite(value))
         return std::nullopt;
-    return value;
+    // "-1,2" is not -1.
+    const std::string_view after = rest.substr(static_cast<std::size_t>(end - rest.data()));
+    const bool isCutOff = after.size() > 1 && after[0] == ',' && after[1] >= '0' && after[1] <= '9';
+    return isCutOff ? std::nullopt : std::optional(value);
 }
 
 MicrophoneDataError errorAt(std::size_t lineNumber, std::string_view what)
@@ -164,7 +166,7 @@ std::vector<FrequencyCurvePoint> relativeResponse(const std::vector<MicrophoneDa
     curve.reserve(points.size());
     for (const MicrophoneData::Point& point : points)
         curve.push_back({static_cast<float>(point.frequency), static_cast<float>(point.gainDB)});
-    const auto reference = static_cast<float>(curveGainDB(curve, referenceFrequency));
+    const auto reference = static_cast<float>(curveGainDB(curve, calibrationFrequency));
     for (FrequencyCurvePoint& point : curve)
         point.gainDB -= reference;
     return curve;
@@ -192,7 +194,7 @@ MicrophoneData parseMicrophoneData(std::string_view text)
     if (reader.isAmbiguous())
         throw MicrophoneDataError(
             "commas part the columns and may be decimal ones as well: write decimals with points");
-    if (points.front().frequency > referenceFrequency || points.back().frequency < leastHighestFrequency)
+    if (points.front().frequency > calibrationFrequency || points.back().frequency < leastHighestFrequency)
         throw MicrophoneDataError("doesn't reach from 1 kHz to 5 kHz: are its frequencies in Hz?");
     return {reader.points, factor};
 }
@@ -230,8 +232,7 @@ MicCorrectionProfile correctionOf(const MicrophoneData& data, double sampleRate,
     const std::vector<float> window = normalizedHannWindow(tapCount);
     for (std::size_t j = 0; j < tapCount; ++j)
         profile.taps.push_back(impulse[(j + fftSize - tapCount / 2) % fftSize] * window[j]);
-    const double wanted = curveGainDB(profile.correctionCurve, referenceFrequency);
-    const double excess = filterGainDB(profile.taps, sampleRate, referenceFrequency) - wanted;
+    const double excess = filterGainDB(profile.taps, sampleRate, calibrationFrequency);
     for (float& tap : profile.taps)
         tap *= static_cast<float>(std::pow(10.0, -excess / 20));
     return profile;

@@ -14,6 +14,11 @@ namespace {
 constexpr double deviceSwitchDelaySeconds = 0.2;
 constexpr double recoveryDelaySeconds = 0.4;
 
+std::uint64_t blocksOf(std::uint64_t samples)
+{
+    return (samples + AudioMeasurementService::tapBlockFrames - 1) / AudioMeasurementService::tapBlockFrames;
+}
+
 bool isValid(CaptureFormat format)
 {
     return format.sampleRate > 0 && format.channelCount > 0;
@@ -84,7 +89,8 @@ void AudioMeasurementService::start()
     }
     m_processor.prepare(format.sampleRate);
     m_clippedRuns = 0;
-    m_droppedBlocksAtStart = droppedBlocks();
+    m_tooLongBlocksAtStart = m_tooLongBlocks;
+    m_lostSamplesAtStart = lostSamples();
     publishFaults();
 
     engine->installTap(tapBlockFrames, format,
@@ -117,7 +123,9 @@ void AudioMeasurementService::stop()
     while (m_reports.pop(report)) {
         if (report.droppedFrames > 0)
             noteDrop(report.droppedFrames);
+        m_clippedRuns += report.peaks.clippedRuns;
     }
+    publishFaults();
     clearLevels();
 }
 
@@ -148,10 +156,14 @@ void AudioMeasurementService::setRawSampleCallback(RawSampleCallback callback)
     m_processor.setRawSampleCallback(std::move(callback));
 }
 
+std::uint64_t AudioMeasurementService::lostSamples() const
+{
+    return m_lostSamples + (m_engine ? m_engine->lostSamples() : 0);
+}
+
 std::uint64_t AudioMeasurementService::droppedBlocks() const
 {
-    const std::uint64_t lostSamples = m_lostSamples + (m_engine ? m_engine->lostSamples() : 0);
-    return m_tooLongBlocks + (lostSamples + tapBlockFrames - 1) / tapBlockFrames;
+    return m_tooLongBlocks + blocksOf(lostSamples());
 }
 
 std::uint64_t AudioMeasurementService::unusableSamples() const
@@ -198,7 +210,8 @@ void AudioMeasurementService::publishReports()
 
 void AudioMeasurementService::publishFaults()
 {
-    const InputFaults faults{m_clippedRuns, droppedBlocks() - m_droppedBlocksAtStart};
+    const InputFaults faults{m_clippedRuns, m_tooLongBlocks - m_tooLongBlocksAtStart +
+                                                blocksOf(lostSamples() - m_lostSamplesAtStart)};
     if (faults != inputFaults.get())
         inputFaults = faults;
 }
@@ -225,6 +238,7 @@ void AudioMeasurementService::setChannelMap(CaptureEngine& engine)
     const std::int32_t index = m_deviceManager.selectedChannelIndex;
     const std::vector<std::int32_t> map(static_cast<std::size_t>(std::max(channelCount, 0)), index);
     const auto status = engine.setChannelMap(map);
+    m_openedChannel = status == 0 ? index : 0;
     if (!status) {
         printLine("setChannelMap: PipeWire stream unavailable");
         return;

@@ -87,6 +87,9 @@ public:
     /// system's default, which also stands in for a selected device that wasn't there.
     const std::string& openedDeviceUID() const { return m_openedDeviceUID; }
 
+    /// The channel of it that is measured, from 0: the first one where it hasn't the selected one.
+    int openedChannel() const { return m_openedChannel; }
+
     /// The capture's rate in hertz.
     double currentSampleRate() const { return m_processor.sampleRate(); }
 
@@ -114,6 +117,7 @@ private:
     void releaseEngine(CaptureEngine& engine);
     void noteDrop(std::size_t frames);
     void publishFaults();
+    std::uint64_t lostSamples() const;
     void clearLevels();
 
     MainLoop& m_loop;
@@ -128,10 +132,12 @@ private:
     std::unique_ptr<Doorbell> m_reportBell;
 
     std::string m_openedDeviceUID;
-    std::uint64_t m_run = 0;                  ///< Counts the starts and stops.
-    std::uint64_t m_stopRequests = 0;         ///< Counts the calls of stop().
-    std::uint64_t m_clippedRuns = 0;          ///< Since capture was last started.
-    std::uint64_t m_droppedBlocksAtStart = 0; ///< Of capture.
+    int m_openedChannel = 0;
+    std::uint64_t m_run = 0;          ///< Counts the starts and stops.
+    std::uint64_t m_stopRequests = 0; ///< Counts the calls of stop().
+    std::uint64_t m_clippedRuns = 0;  ///< Since capture was last started.
+    std::uint64_t m_tooLongBlocksAtStart = 0;
+    std::uint64_t m_lostSamplesAtStart = 0;
     std::uint64_t m_tooLongBlocks = 0;
     std::uint64_t m_lostSamples = 0;     ///< Of engines that are gone.
     std::uint64_t m_unusableSamples = 0; ///< Of engines that are gone.

@@ -7,6 +7,7 @@
 #include <spa/utils/type.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 namespace velmor {
@@ -32,10 +33,12 @@ void PipeWireVolume::take(const spa_pod* properties)
     }
 }
 
-InputVolume PipeWireVolume::ofChannel(std::size_t channel) const
+std::optional<InputVolume> PipeWireVolume::ofChannel(std::size_t channel) const
 {
-    const float own = channel < channels.size() ? channels[channel] : 1.0F;
-    return {static_cast<double>(all) * static_cast<double>(own), isMuted};
+    if (channel >= channels.size())
+        return std::nullopt;
+    const double gain = static_cast<double>(all) * static_cast<double>(channels[channel]);
+    return std::isfinite(gain) ? std::optional(InputVolume{gain, isMuted}) : std::nullopt;
 }
 
 } // namespace velmor

@@ -4,6 +4,7 @@
 #include <platform/AudioHardware.h>
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 struct spa_pod;
@@ -20,8 +21,8 @@ struct PipeWireVolume
     /// Takes what the parameter says; it may be of some of the properties only.
     void take(const spa_pod* properties);
 
-    /// Of one channel; 1 for a channel that nothing is said of.
-    InputVolume ofChannel(std::size_t channel) const;
+    /// Of one channel; absent while the node has said nothing of it.
+    std::optional<InputVolume> ofChannel(std::size_t channel) const;
 
     bool operator==(const PipeWireVolume&) const = default;
 };
