@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -26,9 +27,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     if (store.recordsByDeviceUID.get().empty())
         return 0;
-    const auto count = store.recordsByDeviceUID.get().size();
-    store.remove("no such output, which fuzzing doesn't guess");
-    if (TargetCalibrationStore(defaults).recordsByDeviceUID.get().size() != count)
+    // Removing rewrites the rest, one record or all.
+    const std::string uid = store.recordsByDeviceUID.get().begin()->first;
+    store.remove(uid);
+    const TargetCalibrationStore again(defaults);
+    if (again.record(uid) || again.recordsByDeviceUID.get().size() != store.recordsByDeviceUID.get().size())
         std::abort();
     return 0;
 }
