@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Counts what the whole program allocates.
 #include <level/BlockProcessor.h>
+#include <level/MicFrequencyCorrection.h>
+#include <platform/MemoryDefaultsStore.h>
 #include <support/Sound.h>
 
 #include <gtest/gtest.h>
@@ -54,6 +56,17 @@ TEST(Allocations, TheBlockPathMakesNone)
     double sum = 0;
     processor.setRawSampleCallback(
         [&sum](std::span<const float> samples, double) { sum += double(samples[0]); });
+    EXPECT_EQ(allocationsOf(processor), 0);
+}
+
+TEST(Allocations, TheCorrectionMakesNone)
+{
+    MemoryDefaultsStore defaults;
+    MicFrequencyCorrection correction(defaults);
+    correction.save({test::noise(0.1, 128), 48000, {}, {}});
+    correction.isEnabled = true;
+    BlockProcessor processor(94);
+    processor.setMicFreqCorrection(&correction);
     EXPECT_EQ(allocationsOf(processor), 0);
 }
 
