@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <base/JsonRecord.h>
-#include <calibration/PinkNoiseGenerator.h>
-#include <support/CapturedOutput.h>
-#include <support/HubHost.h>
-#include <support/Sound.h>
+#include <support/CalibrationHub.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cmath>
-#include <memory>
 #include <optional>
-#include <string>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -20,61 +14,7 @@
 namespace velmor {
 namespace {
 
-/// A hub on a fake machine, whose microphone hears what the test delivers.
-class AppStateCalibrationTest : public testing::Test
-{
-protected:
-    AppStateCalibrationTest() { restart(); }
-
-    void restart()
-    {
-        hub.reset();
-        hub = std::make_unique<AppState>(host.host());
-        host.loop.runPosted();
-    }
-
-    void hear(const std::vector<float>& block)
-    {
-        host.audio.engine().deliver(block);
-        host.loop.runPosted();
-    }
-
-    void hearNoise(int blocks)
-    {
-        for (int i = 0; i < blocks; ++i) {
-            std::vector<float> block(1024);
-            for (float& sample : block)
-                sample = 0.25F * noise.next();
-            hear(block);
-        }
-    }
-
-    void hearTone(double seconds, double amplitude)
-    {
-        for (std::size_t i = 0; i < static_cast<std::size_t>(seconds * 48000 / 1024); ++i)
-            hear(test::sine(1000, amplitude, 48000, 1024, i * 1024));
-    }
-
-    void measure()
-    {
-        hub->measureMicResponse();
-        host.loop.runFor(1);
-        hearNoise(201);
-        for (int i = 0; i < 500 && hub->micResponseService.isInProgress(); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            host.loop.runPosted();
-        }
-    }
-
-    MicCalibrationState micState() const { return hub->micResponseService.state.get(); }
-    const CalibrationTrust& trust() const { return hub->calibrationTrust.trust.get(); }
-
-    const test::QuietLines quietLines;
-    test::HubHost host;
-    PinkNoiseGenerator noise;
-    std::unique_ptr<AppState> hub;
-    const MicCorrectionProfile halving{{0.5F}, 48000, {}, {{1000, -6.0206F}}};
-};
+using AppStateCalibrationTest = test::CalibrationHub;
 
 TEST_F(AppStateCalibrationTest, TheMicrophoneIsOpenWhileTheNoisePlays)
 {
@@ -250,64 +190,6 @@ TEST_F(AppStateCalibrationTest, AProfileKeepsTheOffsetTheDeviceAndTheCorrection)
     EXPECT_EQ(hub->calibrationProfileStore.profiles.get().front().deviceUID, "");
 }
 
-TEST_F(AppStateCalibrationTest, ApplyingAProfileSetsTheOffsetAndNeverSwitchesTheDevice)
-{
-    hub->settings.selectedDeviceUID = "interface";
-    hub->settings.calibrationOffset = 101.5;
-    hub->saveCalibrationProfile("plain");
-    hub->settings.selectedDeviceUID = "mic";
-    hub->settings.calibrationOffset = 90;
-    hub->micFreqCorrection.save(halving);
-    hub->applyCalibrationProfile(hub->calibrationProfileStore.profiles.get().front());
-    EXPECT_EQ(hub->settings.calibrationOffset, 101.5);
-    EXPECT_EQ(hub->settings.selectedDeviceUID.get(), "mic");
-    EXPECT_EQ(hub->micFreqCorrection.profile.get(), halving);
-    EXPECT_FALSE(hub->micFreqCorrection.isEnabled);
-    host.loop.runFor(2 * 86400);
-    EXPECT_EQ(trust().method, CalibrationMethod::profile);
-    // Of the day of saving, and of the device of that day.
-    EXPECT_EQ(trust().ageInDays(host.loop.now()), 2);
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"calibrated with Interface (Acme), measuring with Measurement Mic"});
-    restart();
-    EXPECT_EQ(trust().method, CalibrationMethod::profile);
-    EXPECT_EQ(hub->settings.calibrationOffset, 101.5);
-}
-
-TEST_F(AppStateCalibrationTest, AnAcceptedCalibratorSetsTheOffsetAndIsRemembered)
-{
-    hub->settings.selectedDeviceUID = "mic";
-    ASSERT_TRUE(hub->startCalibrator(104));
-    hearTone(6, 0.1);
-    ASSERT_TRUE(std::holds_alternative<Calibrator::Proposed>(hub->calibratorService.state.get()));
-    EXPECT_EQ(hub->settings.calibrationOffset, 94); // Nothing is set without a word.
-    hub->acceptCalibratorOffset();
-    EXPECT_NEAR(hub->settings.calibrationOffset, 104 - 20 * std::log10(0.1 / std::sqrt(2)), 0.01);
-    EXPECT_EQ(hub->calibratorService.state.get(), CalibratorState(Calibrator::Idle()));
-    EXPECT_FALSE(hub->audioService.isRunning);
-    host.loop.runFor(86400 * 3);
-    EXPECT_EQ(trust().method, CalibrationMethod::calibrator);
-    EXPECT_EQ(trust().calibratorLevel, 104);
-    EXPECT_EQ(trust().ageInDays(host.loop.now()), 3);
-    EXPECT_TRUE(trust().concerns.empty());
-    const double offset = hub->settings.calibrationOffset;
-    hub->acceptCalibratorOffset();
-    EXPECT_EQ(hub->settings.calibrationOffset, offset);
-}
-
-TEST_F(AppStateCalibrationTest, AProposalIsOfTheChainThatItWasFoundOn)
-{
-    hub->settings.selectedDeviceUID = "mic";
-    ASSERT_TRUE(hub->startCalibrator(94));
-    hearTone(6, 0.1);
-    hub->settings.selectedDeviceUID = "interface";
-    hub->acceptCalibratorOffset();
-    host.loop.runPosted();
-    EXPECT_EQ(trust().method, CalibrationMethod::calibrator);
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"calibrated with Measurement Mic, measuring with Interface (Acme)"});
-}
-
 TEST_F(AppStateCalibrationTest, AnotherInputOrNoiseEndsTheListeningForACalibrator)
 {
     const CalibratorState changed = Calibrator::Failed{"The input has changed. Begin again."};
@@ -338,89 +220,6 @@ TEST_F(AppStateCalibrationTest, AnotherInputOrNoiseEndsTheListeningForACalibrato
     EXPECT_TRUE(hub->audioService.isRunning);
 }
 
-TEST_F(AppStateCalibrationTest, TheChannelIsTheOneThatIsMeasured)
-{
-    hub->settings.selectedDeviceUID = "mic";
-    hub->settings.calibrationOffset = 100;
-    hub->startSession("REAPER");
-    hub->deviceManager.selectedChannelIndex = 1;
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-    hub->endSession();
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns, std::vector<std::string>{"calibrated on channel 1, measuring channel 2"});
-    // A device of fewer channels is measured on its first.
-    host.audio.channelCounts[12] = 1;
-    host.audio.unplug("mic");
-    host.audio.changed();
-    host.loop.runPosted();
-    EXPECT_EQ(hub->inputChain().deviceUID, "interface");
-    EXPECT_EQ(hub->inputChain().channel, 0);
-}
-
-TEST_F(AppStateCalibrationTest, AProfileWithACorrectionIsOfThatCorrectionAndOneWithoutOfNone)
-{
-    hub->settings.calibrationOffset = 100;
-    hub->saveCalibrationProfile("without");
-    hub->micFreqCorrection.save(halving);
-    hub->saveCalibrationProfile("with");
-    const auto profiles = hub->calibrationProfileStore.profiles.get();
-    hub->applyCalibrationProfile(profiles[0]);
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-    hub->applyCalibrationProfile(profiles[1]);
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"correction filter changed levels by -6.0 dB since calibration"});
-}
-
-TEST_F(AppStateCalibrationTest, TheTrustTellsOfACorrectionThatIsTurnedOnOrMeasuredAfterwards)
-{
-    hub->settings.calibrationOffset = 100;
-    hub->micFreqCorrection.save(halving);
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-    hub->micFreqCorrection.isEnabled = true;
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"correction filter changed levels by -6.0 dB since calibration"});
-    hub->settings.calibrationOffset = 106;
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-    hub->micFreqCorrection.clear();
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"correction filter changed levels by +6.0 dB since calibration"});
-}
-
-TEST_F(AppStateCalibrationTest, ACalibratedMicrophoneThatIsNotThereIsStoodInForByTheDefault)
-{
-    std::swap(host.audio.inputs[0], host.audio.inputs[1]);
-    restart();
-    hub->settings.selectedDeviceUID = "mic";
-    hub->settings.calibrationOffset = 100;
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-    host.audio.unplug("mic");
-    host.audio.changed();
-    host.loop.runPosted();
-    const std::vector<std::string> concern = {
-        "calibrated with Measurement Mic, measuring with Interface (Acme)"};
-    EXPECT_EQ(trust().concerns, concern);
-    hub->startSession("REAPER");
-    host.loop.runPosted();
-    EXPECT_EQ(host.audio.engine().deviceID, std::nullopt);
-    EXPECT_EQ(trust().concerns, concern);
-    // One that is back isn't measured with until capture begins anew.
-    host.audio.inputs.push_back({11, "Measurement Mic", "Unknown", "mic", true});
-    host.audio.changed();
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns, concern);
-    hub->endSession();
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-}
-
 TEST_F(AppStateCalibrationTest, TheNoiseAndTheMicrophoneAreLentToOneCalibrationAtATime)
 {
     ASSERT_TRUE(hub->startCalibrator(94));
@@ -433,87 +232,6 @@ TEST_F(AppStateCalibrationTest, TheNoiseAndTheMicrophoneAreLentToOneCalibrationA
     hub->measureMicResponse();
     EXPECT_EQ(hub->targetCalibrationService.state.get(), TargetCalibrationState(TargetCalibration::Idle()));
     EXPECT_TRUE(hub->micResponseService.isInProgress());
-}
-
-TEST_F(AppStateCalibrationTest, TheTrustFollowsTheSlider)
-{
-    EXPECT_EQ(trust().method, CalibrationMethod::never);
-    hub->settings.calibrationOffset = 100;
-    host.loop.runPosted();
-    EXPECT_EQ(trust().method, CalibrationMethod::slider);
-    EXPECT_EQ(trust().date, host.loop.now());
-}
-
-TEST_F(AppStateCalibrationTest, TheTrustFollowsDeviceChannelVolumeAndClipping)
-{
-    hub->settings.selectedDeviceUID = "mic";
-    host.audio.volumes[{11, 0}] = {1.0, false};
-    hub->settings.calibrationOffset = 100;
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-
-    host.audio.volumes[{11, 0}] = {0.5, false};
-    host.audio.changed();
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"input volume changed by -6.0 dB since calibration"});
-    host.audio.volumes[{11, 0}] = {1.0, false};
-    hub->deviceManager.selectedChannelIndex = 1;
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns, std::vector<std::string>{"calibrated on channel 1, measuring channel 2"});
-    hub->settings.selectedDeviceUID = "interface";
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"calibrated with Measurement Mic, measuring with Interface (Acme)"});
-    hub->settings.selectedDeviceUID = "mic";
-    hub->startSession("REAPER");
-    hear({0, 1, 1, 1, 0});
-    EXPECT_EQ(trust().concerns, std::vector<std::string>{"input clipped once"});
-    hear(std::vector<float>(9000));
-    EXPECT_EQ(trust().concerns,
-              (std::vector<std::string>{"input clipped once", "1 block of sound was lost"}));
-    // What went wrong stands until capture begins anew.
-    hub->endSession();
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns.size(), 2U);
-    hub->startSession("REAPER");
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-}
-
-TEST_F(AppStateCalibrationTest, TheSystemsDefaultIsTheDeviceThatItIsNow)
-{
-    hub->settings.calibrationOffset = 100;
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-    std::swap(host.audio.inputs[0], host.audio.inputs[1]);
-    host.audio.changed();
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"calibrated with Measurement Mic, measuring with Interface (Acme)"});
-}
-
-TEST_F(AppStateCalibrationTest, AFilterThatDepartsFromItsCurveIsToldAtStartAndAfterEachProfile)
-{
-    const MicCorrectionProfile departing{{0.25F}, 48000, {}, {{1000, 0}}};
-    hub->micFreqCorrection.save(departing);
-    host.loop.runPosted();
-    ASSERT_TRUE(trust().filterDeparture);
-    EXPECT_NEAR(*trust().filterDeparture, 12.04, 0.01);
-    EXPECT_TRUE(trust().concerns.empty());
-    hub->micFreqCorrection.isEnabled = true;
-    host.loop.runPosted();
-    EXPECT_EQ(trust().concerns,
-              std::vector<std::string>{"correction filter departs from its curve by 12.0 dB"});
-    restart();
-    EXPECT_EQ(trust().concerns.size(), 1U);
-    EXPECT_TRUE(hub->micFreqCorrection.isEnabled); // Nothing is turned off by itself.
-    hub->micFreqCorrection.save(halving);
-    host.loop.runPosted();
-    EXPECT_TRUE(trust().concerns.empty());
-    hub->micFreqCorrection.clear();
-    host.loop.runPosted();
-    EXPECT_EQ(trust().filterDeparture, std::nullopt);
 }
 
 TEST_F(AppStateCalibrationTest, AMicrophonesOwnDataBecomesItsCorrection)

@@ -158,6 +158,15 @@ protected:
         return isComputing;
     }
 
+    /// Begins the calibration of the monitor controller and lets its level settle. \return dBA.
+    double levelOfTargetNoise()
+    {
+        EXPECT_TRUE(hub->startTargetCalibration());
+        EXPECT_TRUE(runUntil([this] { return hub->audioService.isRunning.get(); }));
+        runFor(2);
+        return hub->audioService.currentSPL;
+    }
+
     static bool nodeExists(const std::string& name)
     {
         return test::run({"pw-cli", "ls", "Node"}).output.find("node.name = \"" + name + "\"") !=
@@ -319,10 +328,7 @@ TEST_F(LiveCalibrationTest, WhatIsLostWhileComputingIsNotMissed)
 TEST_F(LiveCalibrationTest, TheTargetIsCapturedAtTheLevelOfTheNoise)
 {
     linkDirectly();
-    ASSERT_TRUE(hub->startTargetCalibration());
-    ASSERT_TRUE(runUntil([this] { return hub->audioService.isRunning.get(); }));
-    runFor(2);
-    const double level = hub->audioService.currentSPL;
+    const double level = levelOfTargetNoise();
     EXPECT_GT(level, 60);
     EXPECT_LT(level, 94);
     hub->captureTarget();
@@ -385,10 +391,7 @@ TEST_F(LiveCalibrationTest, WithoutAnyOutputTheNoiseCannotStart)
 TEST_F(LiveCalibrationTest, AMixersVolumeOnTheNoiseIsPutBack)
 {
     linkDirectly();
-    ASSERT_TRUE(hub->startTargetCalibration());
-    ASSERT_TRUE(runUntil([this] { return hub->audioService.isRunning.get(); }));
-    runFor(2);
-    const double level = hub->audioService.currentSPL;
+    const double level = levelOfTargetNoise();
     test::run({"pw-cli", "set-param", "velmor-noise", "Props", "{ channelVolumes: [ 0.1, 0.1 ] }"});
     runFor(2);
     EXPECT_NEAR(hub->audioService.currentSPL, level, 1);
