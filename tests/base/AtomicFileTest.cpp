@@ -266,5 +266,33 @@ TEST_F(AtomicFileTest, WhatAKilledWriterLeftIsRemovedAfterAnHour)
     AtomicFile::removeLeftovers(folder / "missing");
 }
 
+TEST_F(AtomicFileTest, WhatTheUserTakesAwayIsReadableAsUsualAndStaysAsItWas)
+{
+    const mode_t umask = ::umask(027);
+    const auto write = [this](const char* name) {
+        AtomicFile file(folder / name, AtomicFile::Readers::asUsual);
+        file.write("new");
+        EXPECT_TRUE(file.commit());
+    };
+    const auto mode = [this](const char* name) {
+        struct stat status = {};
+        ::lstat((folder / name).c_str(), &status);
+        return status.st_mode & 07777;
+    };
+    write("fresh");
+    EXPECT_EQ(mode("fresh"), 0640U);
+    test::writeFile(folder / "secret", "old");
+    ::chmod((folder / "secret").c_str(), 0600);
+    write("secret");
+    EXPECT_EQ(mode("secret"), 0600U);
+    std::filesystem::create_directory(folder / "synchronised");
+    test::writeFile(folder / "synchronised/report", "old");
+    std::filesystem::create_symlink("synchronised/report", folder / "link");
+    write("link");
+    ::umask(umask);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
+    EXPECT_EQ(test::contentOf(folder / "synchronised/report"), "new");
+}
+
 } // namespace
 } // namespace velmor

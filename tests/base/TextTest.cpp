@@ -25,6 +25,15 @@ TEST(Text, KeepsWhatIsNoWhiteSpace)
     EXPECT_EQ(trimmed("\u20A8"), "\u20A8");
 }
 
+TEST(Text, WhatIsNoUtf8IsReplacedByteByByte)
+{
+    EXPECT_EQ(validUtf8("Abhörraum – \xF0\x9F\x8E\xA7"), "Abhörraum – \xF0\x9F\x8E\xA7");
+    EXPECT_EQ(validUtf8("Abh\xF6rraum"), "Abh\uFFFDrraum");
+    EXPECT_EQ(validUtf8("\xC3"), "\uFFFD");
+    EXPECT_EQ(validUtf8("\xC0\x80\xED\xA0\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(validUtf8(""), "");
+}
+
 TEST(Text, LowersLatinLettersOnly)
 {
     EXPECT_EQ(lowerCase("VELMOR-Ä1"), "velmor-Ä1");

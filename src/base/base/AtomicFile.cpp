@@ -31,11 +31,22 @@ auto uninterrupted(Call call)
     return result;
 }
 
+/// The file itself where a path names a link to one; the path where it names none.
+std::filesystem::path linkTarget(const std::filesystem::path& path)
+{
+    std::error_code error;
+    if (!std::filesystem::is_symlink(path, error))
+        return path;
+    const std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
+    return error ? path : target;
+}
+
 } // namespace
 
-AtomicFile::AtomicFile(const std::filesystem::path& target)
-    : m_targetName(target.filename().native())
+AtomicFile::AtomicFile(const std::filesystem::path& named, Readers readers)
 {
+    const std::filesystem::path target = readers == Readers::asUsual ? linkTarget(named) : named;
+    m_targetName = target.filename().native();
     const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : ".";
     m_folder = uninterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
     if (m_folder < 0) {
@@ -44,7 +55,8 @@ AtomicFile::AtomicFile(const std::filesystem::path& target)
     }
 
     struct stat present = {};
-    if (::fstatat(m_folder, m_targetName.c_str(), &present, AT_SYMLINK_NOFOLLOW) == 0) {
+    const bool isThere = ::fstatat(m_folder, m_targetName.c_str(), &present, AT_SYMLINK_NOFOLLOW) == 0;
+    if (isThere) {
         if (S_ISDIR(present.st_mode))
             m_error = std::make_error_code(std::errc::is_a_directory);
         else if (!S_ISREG(present.st_mode) && !S_ISLNK(present.st_mode))
@@ -56,12 +68,15 @@ AtomicFile::AtomicFile(const std::filesystem::path& target)
         return;
     }
 
+    constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+    const mode_t mode =
+        readers == Readers::owner ? ownerOnly : ownerOnly | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
     std::random_device random;
     for (int attempt = 0; attempt < attemptsForAFreeName && m_file < 0; ++attempt) {
         m_temporaryName = fmt::format("{}{:08x}{}", temporaryPrefix, random(), temporarySuffix);
         m_file = uninterrupted([&] {
             return ::openat(m_folder, m_temporaryName.c_str(),
-                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
         });
         if (m_file < 0 && errno != EEXIST)
             break;
@@ -72,7 +87,10 @@ AtomicFile::AtomicFile(const std::filesystem::path& target)
         return;
     }
     // The umask may have taken more away than it should.
-    ::fchmod(m_file, S_IRUSR | S_IWUSR);
+    if (readers == Readers::owner)
+        ::fchmod(m_file, ownerOnly);
+    else if (isThere)
+        ::fchmod(m_file, present.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
 }
 
 AtomicFile::~AtomicFile()

@@ -9,8 +9,8 @@
 namespace velmor {
 
 /// Replaces a file whole or not at all. What is written goes to a temporary file in the target's
-/// folder, readable by its owner alone (0600); commit() brings it to the disk and puts it in the
-/// target's place. A target that is a link is replaced itself, what it points to stays.
+/// folder; commit() brings it to the disk and puts it in the target's place. A target that is a link is
+/// replaced itself, what it points to stays.
 ///
 /// After a failure further operations do nothing; the first error is kept. Without a successful
 /// commit() the temporary file is gone when the object is, and the target is as it was; where only
@@ -19,9 +19,18 @@ namespace velmor {
 class AtomicFile
 {
 public:
+    /// Who may read the file.
+    enum class Readers {
+        /// The user alone (0600): what the program keeps for itself.
+        owner,
+        /// What the user takes away: a new file as the user's umask has it, one that was there as it was. A
+        /// target that is a link stays, and what it points to is replaced.
+        asUsual
+    };
+
     /// Creates the temporary file. Fails also where the target is something that must not be
     /// replaced: a folder, a device, a pipe.
-    explicit AtomicFile(const std::filesystem::path& target);
+    explicit AtomicFile(const std::filesystem::path& target, Readers readers = Readers::owner);
     ~AtomicFile();
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;

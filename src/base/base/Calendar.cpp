@@ -2,8 +2,10 @@
 #include <base/Calendar.h>
 
 #include <date/tz.h>
+#include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
@@ -31,6 +33,34 @@ Date begin(const date::time_zone& zone, date::local_days day)
 }
 
 } // namespace
+
+std::string dayText(const LocalTime& time)
+{
+    return fmt::format("{:04}-{:02}-{:02}", time.year, time.month, time.day);
+}
+
+std::string timeText(const LocalTime& time)
+{
+    return fmt::format("{:02}:{:02}:{:02}", time.hour, time.minute, time.second);
+}
+
+std::string hourAndMinuteText(const LocalTime& time)
+{
+    const int hour = time.hour % 12 == 0 ? 12 : time.hour % 12;
+    return fmt::format("{}:{:02} {}", hour, time.minute, time.hour < 12 ? "AM" : "PM");
+}
+
+std::string mediumDateText(const LocalTime& time)
+{
+    return fmt::format("{} {}, {}, {}", monthName(time.month), time.day, time.year, hourAndMinuteText(time));
+}
+
+std::string_view monthName(int month)
+{
+    static constexpr std::array<std::string_view, 12> names = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                               "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    return names.at(static_cast<std::size_t>(month - 1));
+}
 
 Calendar::Calendar(const date::time_zone& zone)
     : m_zone(&zone)
@@ -100,6 +130,20 @@ std::optional<Date> Calendar::addingDays(Date date, std::int64_t days) const
         moment > date::floor<std::chrono::seconds>(latestLocal))
         return std::nullopt;
     return Date(moment) + (local - localSeconds);
+}
+
+LocalTime Calendar::localTime(Date moment) const
+{
+    const auto local = m_zone->to_local(std::clamp(moment, earliestLocal, latestLocal));
+    const auto day = date::floor<date::days>(local);
+    const date::year_month_day date(day);
+    const date::hh_mm_ss time(date::floor<std::chrono::seconds>(local) - day);
+    return {int(date.year()),
+            static_cast<int>(unsigned(date.month())),
+            static_cast<int>(unsigned(date.day())),
+            static_cast<int>(time.hours().count()),
+            static_cast<int>(time.minutes().count()),
+            static_cast<int>(time.seconds().count())};
 }
 
 std::string Calendar::zoneName() const

@@ -14,6 +14,34 @@ class time_zone;
 
 namespace velmor {
 
+/// What calendar and clock on the wall show.
+struct LocalTime
+{
+    int year = 0;
+    int month = 0; ///< 1 to 12
+    int day = 0;   ///< Of the month, from 1.
+    int hour = 0;  ///< 0 to 23
+    int minute = 0;
+    int second = 0; ///< A fraction is cut off towards the past.
+
+    bool operator==(const LocalTime&) const = default;
+};
+
+/// As in 2026-03-01.
+std::string dayText(const LocalTime& time);
+
+/// As in 09:12:45.
+std::string timeText(const LocalTime& time);
+
+/// As in 9:12 AM.
+std::string hourAndMinuteText(const LocalTime& time);
+
+/// As in Mar 1, 2026, 9:12 AM: the same in every language.
+std::string mediumDateText(const LocalTime& time);
+
+/// The month's name in three English letters. \param month 1 to 12.
+std::string_view monthName(int month);
+
 /// Answers questions about local days in one time zone.
 class Calendar
 {
@@ -41,6 +69,8 @@ public:
     /// on that day comes out later by the length of the gap; of a time that comes twice it is the first.
     /// Absent where a Date doesn't reach.
     std::optional<Date> addingDays(Date date, std::int64_t days) const;
+
+    LocalTime localTime(Date date) const;
 
     /// The zone's name in the database.
     std::string zoneName() const;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <base/JsonWriter.h>
 
+#include <base/Text.h>
+
 #include <fmt/format.h>
 
 #include <charconv>
@@ -13,32 +15,6 @@ namespace velmor {
 namespace {
 
 constexpr double largestExactInteger = 9007199254740992.0; // 2^53
-
-constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
-
-/// Bytes of the well-formed multi-byte UTF-8 sequence that the text begins with; 0 if it begins with
-/// none.
-std::size_t utf8SequenceLength(std::string_view text)
-{
-    const auto byte = [&](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-    };
-    const auto continues = [&](std::size_t i) { return (byte(i) & 0xC0U) == 0x80U; };
-    const unsigned lead = byte(0);
-    if (lead >= 0xC2 && lead <= 0xDF)
-        return continues(1) ? 2 : 0;
-    if (lead >= 0xE0 && lead <= 0xEF) {
-        const bool overlong = lead == 0xE0 && byte(1) < 0xA0;
-        const bool surrogate = lead == 0xED && byte(1) > 0x9F;
-        return continues(1) && continues(2) && !overlong && !surrogate ? 3 : 0;
-    }
-    if (lead >= 0xF0 && lead <= 0xF4) {
-        const bool overlong = lead == 0xF0 && byte(1) < 0x90;
-        const bool beyond = lead == 0xF4 && byte(1) > 0x8F;
-        return continues(1) && continues(2) && continues(3) && !overlong && !beyond ? 4 : 0;
-    }
-    return 0;
-}
 
 /// Whether a character stands for itself between quotes.
 bool isPlain(char c)

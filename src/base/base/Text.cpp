@@ -46,4 +46,39 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
+std::size_t utf8SequenceLength(std::string_view text)
+{
+    const auto byte = [&](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    };
+    const auto continues = [&](std::size_t i) { return (byte(i) & 0xC0U) == 0x80U; };
+    const unsigned lead = byte(0);
+    if (lead >= 0xC2 && lead <= 0xDF)
+        return continues(1) ? 2 : 0;
+    if (lead >= 0xE0 && lead <= 0xEF) {
+        const bool overlong = lead == 0xE0 && byte(1) < 0xA0;
+        const bool surrogate = lead == 0xED && byte(1) > 0x9F;
+        return continues(1) && continues(2) && !overlong && !surrogate ? 3 : 0;
+    }
+    if (lead >= 0xF0 && lead <= 0xF4) {
+        const bool overlong = lead == 0xF0 && byte(1) < 0x90;
+        const bool beyond = lead == 0xF4 && byte(1) > 0x8F;
+        return continues(1) && continues(2) && continues(3) && !overlong && !beyond ? 4 : 0;
+    }
+    return 0;
+}
+
+std::string validUtf8(std::string_view text)
+{
+    std::string valid;
+    valid.reserve(text.size());
+    while (!text.empty()) {
+        const bool isAscii = static_cast<unsigned char>(text.front()) < 0x80;
+        const std::size_t length = isAscii ? 1 : utf8SequenceLength(text);
+        valid += length > 0 ? text.substr(0, length) : replacementCharacter;
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return valid;
+}
+
 } // namespace velmor
