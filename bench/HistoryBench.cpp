@@ -7,6 +7,7 @@
 #include <sessions/SessionFormat.h>
 #include <support/RunProgram.h>
 #include <support/SampleSessions.h>
+#include <support/SessionWorld.h>
 #include <support/TemporaryFolder.h>
 
 #include <QByteArray>
@@ -188,6 +189,29 @@ void writeToFile(benchmark::State& state)
     setBytes(state);
 }
 BENCHMARK(writeToFile)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(10);
+
+/// The text of the CSV export, its statistics included.
+void csv(benchmark::State& state)
+{
+    test::SessionWorld world;
+    world.calendar = Calendar::inZone("Europe/Berlin").value();
+    const auto manager = world.manager(SessionStorage::nowhere());
+    std::size_t bytes = 0;
+    for (auto _ : state)
+        bytes = manager->csvString(year()).size();
+    state.counters["kB"] = static_cast<double>(bytes) / 1e3;
+}
+BENCHMARK(csv)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(20);
+
+/// The same for a row of every reading.
+void timeSeries(benchmark::State& state)
+{
+    std::size_t bytes = 0;
+    for (auto _ : state)
+        bytes = SessionManager::timeSeriesString(year()).size();
+    state.counters["kB"] = static_cast<double>(bytes) / 1e3;
+}
+BENCHMARK(timeSeries)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(20);
 
 } // namespace
 } // namespace velmor

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <sessions/Session.h>
 
+#include <base/Levels.h>
 #include <discipline/ReferenceLevelTracker.h>
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace velmor {
@@ -12,6 +15,25 @@ namespace velmor {
 std::optional<double> Session::onTargetPercentage() const
 {
     return onTargetShare(timeOnTargetSec, activeMonitoringTimeSec());
+}
+
+std::optional<SessionStatistics> Session::statistics() const
+{
+    if (readings.size() < 2)
+        return std::nullopt;
+    std::vector<double> levels;
+    levels.reserve(readings.size());
+    double energySum = 0;
+    for (const SPLReading& reading : readings) {
+        levels.push_back(reading.dBA);
+        energySum += energyOfLevel(reading.dBA);
+    }
+    std::ranges::sort(levels);
+    const auto exceededFor = [&levels](double fraction) {
+        return levels[static_cast<std::size_t>(percentileIndex(fraction, std::ssize(levels)))];
+    };
+    return SessionStatistics{energyMean(energySum, std::ssize(levels)), exceededFor(0.1), exceededFor(0.5),
+                             exceededFor(0.9)};
 }
 
 std::string Session::durationFormatted(Date now) const

@@ -4,6 +4,7 @@
 #include <base/Date.h>
 #include <base/Uuid.h>
 #include <discipline/Zone.h>
+#include <sessions/SessionStatistics.h>
 
 #include <cstdint>
 #include <optional>
@@ -63,6 +64,9 @@ struct Session
 
     /// Seconds from start to end, or to the present moment while it runs.
     double duration(Date now) const { return secondsBetween(startDate, endDate.value_or(now)); }
+
+    /// Of the readings as they are stored, one in 10 or 100 seconds; absent with fewer than two.
+    std::optional<SessionStatistics> statistics() const;
 
     /// The duration as in 42m or, from an hour on, 2h 5m. Negative where the clock was set back.
     std::string durationFormatted(Date now) const;

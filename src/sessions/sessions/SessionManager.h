@@ -9,6 +9,7 @@
 #include <exposure/DoseCalculator.h>
 #include <platform/DefaultsStore.h>
 #include <platform/NotificationCenter.h>
+#include <platform/SavePanel.h>
 #include <sessions/Session.h>
 #include <sessions/SessionJournal.h>
 #include <sessions/SessionStorage.h>
@@ -17,7 +18,9 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmor {
@@ -76,6 +79,32 @@ public:
 
     /// Whether there are finished sessions that no save has brought to the disk yet.
     bool hasUnsavedSessions() const { return !m_unsavedSessions.empty(); }
+
+    /// Text in the form of a field of comma-separated values: quoted where it has to be.
+    static std::string csvEscape(std::string_view text);
+
+    /// The finished ones of these sessions, oldest first, as comma-separated values: a row for each, then
+    /// one for each local day. Days and times are those of the manager's calendar. No line break at the end.
+    std::string csvString(std::span<const Session> sessions) const;
+
+    /// The readings of the finished ones of these sessions as comma-separated values, oldest session first:
+    /// time in UTC, levels in dB, the day's dose in percent, the zone. What was not recorded is empty.
+    static std::string timeSeriesString(std::span<const Session> sessions);
+
+    /// The finished ones of these sessions in the form of the history file, in their order. Absent when a
+    /// number is not finite.
+    static std::optional<std::string> jsonString(std::span<const Session> sessions);
+
+    /// Lets the user save csvString(), which is made first. Without sessions nobody is asked. A failure to
+    /// write is printed, and nothing else.
+    void exportCSV(std::span<const Session> sessions, const std::string& suggestedName,
+                   SavePanel& panel) const;
+    /// The same for timeSeriesString().
+    static void exportTimeSeries(std::span<const Session> sessions, const std::string& suggestedName,
+                                 SavePanel& panel);
+    /// The same for jsonString().
+    static void exportJSON(std::span<const Session> sessions, const std::string& suggestedName,
+                           SavePanel& panel);
 
     /// The finished sessions that started today, in the history's order.
     std::vector<Session> todaysSessions() const;
