@@ -3,6 +3,7 @@
 
 #include <support/PrivateAudioSession.h>
 #include <support/RunProgram.h>
+#include <support/VirtualScreen.h>
 
 #include <cstdlib>
 #include <memory>
@@ -29,17 +30,10 @@ class NotificationDaemon
 public:
     NotificationDaemon()
     {
-        const std::string display = m_folder / "display";
-        m_screen =
-            std::make_unique<Companion>(std::vector<std::string>{"Xvfb", "-displayfd", "1", "-nolisten",
-                                                                 "tcp", "-screen", "0", "800x600x24"},
-                                        display);
-        if (!PrivateAudioSession::waitUntil([&] { return contentOf(display).ends_with("\n"); })) {
-            m_problem = "no screen";
+        if (!m_screen.problem().empty()) {
+            m_problem = m_screen.problem();
             return;
         }
-        const std::string number = contentOf(display);
-        ::setenv("DISPLAY", (":" + number.substr(0, number.size() - 1)).c_str(), 1);
         writeFile(m_folder / "note", "#!/bin/sh\n"
                                      "body=$(printf %s \"$DUNST_BODY\" | tr '\\n' '~' | sed 's|~| / |g')\n"
                                      "printf '%s\\t%s\\t%s\\t%s\\n' \"$DUNST_ID\" \"$DUNST_URGENCY\" "
@@ -108,7 +102,7 @@ public:
 
 private:
     TemporaryFolder m_folder;
-    std::unique_ptr<Companion> m_screen;
+    VirtualScreen m_screen{"800x600x24"};
     std::unique_ptr<Companion> m_daemon;
     std::string m_problem;
 };

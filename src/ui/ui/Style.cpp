@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <ui/Style.h>
+
+#include <QStringList>
+
+namespace velmor {
+
+namespace {
+
+int pixelSize(TextStyle style)
+{
+    switch (style) {
+    case TextStyle::caption:
+        return 10;
+    case TextStyle::label:
+        return 12;
+    case TextStyle::heading:
+        return 15;
+    case TextStyle::value:
+        return 18;
+    case TextStyle::title:
+        return 26;
+    }
+    return 12;
+}
+
+} // namespace
+
+QFont fontOf(TextStyle style, TextWeight weight)
+{
+    // All of them have figures of one width by default.
+    static const QStringList families = {"Roboto", "Noto Sans", "Open Sans", "DejaVu Sans"};
+    QFont font;
+    font.setFamilies(families);
+    font.setPixelSize(pixelSize(style));
+    font.setWeight(weight == TextWeight::strong ? QFont::Medium : QFont::Normal);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    return font;
+}
+
+Appearance appearanceOf(const QPalette& palette)
+{
+    return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness()
+               ? Appearance::dark
+               : Appearance::light;
+}
+
+QColor Shades::zone(Zone zone) const
+{
+    switch (zone) {
+    case Zone::silent:
+        return silent;
+    case Zone::under:
+        return under;
+    case Zone::onTarget:
+        return onTarget;
+    case Zone::over:
+        return over;
+    }
+    return silent;
+}
+
+const Shades& shadesOf(Appearance appearance)
+{
+    static const Shades light = {.page = "#ffffff",
+                                 .text = "#1b1e23",
+                                 .secondaryText = "#5c6470",
+                                 .hairline = "#dde0e5",
+                                 .gray = "#9aa0a8",
+                                 .green = "#1f9d61",
+                                 .orange = "#cc6600",
+                                 .blue = "#1b5fd0",
+                                 .greenText = "#137a49",
+                                 .yellowText = "#8a6900",
+                                 .orangeText = "#a85400",
+                                 .silent = "#9aa0a8",
+                                 .under = "#f0c419",
+                                 .onTarget = "#1f9d61",
+                                 .over = "#96101c"};
+    static const Shades dark = {.page = "#1f2124",
+                                .text = "#eceef0",
+                                .secondaryText = "#a2a8b1",
+                                .hairline = "#3a3e44",
+                                .gray = "#8b9099",
+                                .green = "#3fbf83",
+                                .orange = "#ff9d45",
+                                .blue = "#6aa8ff",
+                                .greenText = "#3fbf83",
+                                .yellowText = "#f2cb3d",
+                                .orangeText = "#ff9d45",
+                                .silent = "#8b9099",
+                                .under = "#f2cb3d",
+                                .onTarget = "#1f9d61",
+                                .over = "#8c2630"};
+    return appearance == Appearance::dark ? dark : light;
+}
+
+QColor mixed(const QColor& colour, const QColor& page, double opacity)
+{
+    const auto mix = [opacity](float above, float below) {
+        return below + (above - below) * static_cast<float>(opacity);
+    };
+    return QColor::fromRgbF(mix(colour.redF(), page.redF()), mix(colour.greenF(), page.greenF()),
+                            mix(colour.blueF(), page.blueF()));
+}
+
+QColor withOpacity(QColor colour, double opacity)
+{
+    colour.setAlphaF(static_cast<float>(opacity));
+    return colour;
+}
+
+} // namespace velmor

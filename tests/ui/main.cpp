@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+/// Views are tested without a display, in one style on every machine.
+int main(int argumentCount, char** arguments)
+{
+    testing::InitGoogleTest(&argumentCount, arguments);
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    ::setenv("QT_STYLE_OVERRIDE", "fusion", 1);
+    const QApplication application(argumentCount, arguments);
+    return RUN_ALL_TESTS();
+}
