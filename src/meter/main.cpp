@@ -102,6 +102,8 @@ void report(const Options& options, const Summary& summary)
     print(options.json ? jsonText(summary) : humanText(summary));
     if (!summary.isSessionKept)
         throw MeterError(fmt::format("{}: the session could not be kept there", options.historyFolder));
+    if (!summary.exportFailure.empty())
+        throw MeterError(summary.exportFailure);
 }
 
 int run(const Options& options)

@@ -280,6 +280,11 @@ TEST_F(MeterProgramTest, BadInputGetsOneLineAndStatus2AndLeavesNothingBehind)
                   "nowhere/out: can't be written (No such file or directory)", folder, names);
     expectRefusal(meter({sound, "--blocks", out, "--ticks", folder.path()}),
                   "can't be written (Is a directory)", folder, names);
+    expectRefusal(meter({sound, "--csv", out, "--report", out}), "named twice, as two different files",
+                  folder, names);
+    expectRefusal(meter({sound, "--csv", out, "--report", folder / "nowhere/out.pdf"}),
+                  "nowhere/out.pdf: can't be written (No such file or directory)", folder, names);
+    expectRefusal(meter({"--noise", out, "--report", out}), "--report", folder, names);
     expectRefusal(meter({sound, "--channel", "0"}), "no channel 0", folder, names);
     expectRefusal(meter({"--unknown"}), "--unknown", folder, names);
     expectRefusal(meter({}), "no sound file named", folder, names);
@@ -387,6 +392,61 @@ TEST_F(MeterProgramTest, ASessionIsKeptInTheHistoryOfAFolder)
     EXPECT_EQ(sessions[1].duration({}), 12);
     EXPECT_EQ(sessions[1].readings.size(), 1U);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(history), {}), 1);
+}
+
+TEST_F(MeterProgramTest, TheSessionIsExportedWithoutADisplay)
+{
+    ::unsetenv("DISPLAY");
+    ::unsetenv("WAYLAND_DISPLAY");
+    const std::string sound = write("mix.wav", {sine(1000, 0.5, 48000, 25 * 48000)});
+    const std::string csv = folder / "session.csv";
+    const std::string series = folder / "series.csv";
+    const std::string json = folder / "session.json";
+    const std::string report = folder / "report.pdf";
+    const auto outcome = meter({"--json", "--start", "2025-03-02T23:30:00Z", "--time-zone", "Europe/Berlin",
+                                "--name", "Mix, \"B\"", "--csv", csv, "--time-series", series,
+                                "--session-json", json, "--report", report, sound});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_EQ(outcome.error, "");
+    const JsonObject figures(outcome.output);
+    // 0.5 of full scale is 9.03 dB below an RMS of 1, which is 94 dB; at 1 kHz the weighting is 0.
+    EXPECT_NEAR(figures["session.averageSPL"], 84.97, 0.05);
+    EXPECT_THAT(contentOf(csv),
+                HasSubstr("\n2025-03-03,\"Mix, \"\"B\"\"\",00:30:00,00:30:25,2025-03-02T23:30:00Z,0.4,"));
+    // The highest levels, the peak another 3.01 dB above them, and the statistics of two equal readings.
+    EXPECT_THAT(contentOf(csv), HasSubstr(",85.0,88.0,85.0,85.0,85.0,85.0,79,3,"));
+    EXPECT_THAT(contentOf(csv), HasSubstr("\nDaily totals\n"));
+    EXPECT_THAT(contentOf(series),
+                testing::StartsWith("Time,dBA,dBC,Day dose %,Zone\n2025-03-02T23:30:10Z,84.9"));
+    const auto sessions = decodedHistory(contentOf(json));
+    ASSERT_EQ(sessions.size(), 1U);
+    EXPECT_EQ(sessions[0].readings.size(), 2U);
+    struct stat status = {};
+    ASSERT_EQ(::stat(csv.c_str(), &status), 0);
+    EXPECT_NE(status.st_mode & S_IRGRP, 0U) << "it is to be handed on";
+    const std::string text = test::run({"pdftotext", "-layout", report, "-"}).output;
+    for (const char* part :
+         {"Mix, \"B\"", "Mar 3, 2025, 12:30 AM", "85.0", "Target 79 dBA", "Calibration: none"})
+        EXPECT_THAT(text, HasSubstr(part));
+}
+
+TEST_F(MeterProgramTest, AnExportThatFailsIsAnErrorAfterTheFiguresAndTheOtherExports)
+{
+    const std::string sound = write("mix.wav", {sine(1000, 0.5, 48000, 25 * 48000)});
+    const std::string report = folder / "report.pdf";
+    const auto outcome = meter({"--csv", "/dev/full", "--report", report, sound});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.output, HasSubstr("Session average"));
+    EXPECT_EQ(outcome.error, "velmor-meter: /dev/full: can't be written (No space left on device)\n");
+    EXPECT_THAT(contentOf(report), testing::StartsWith("%PDF-"));
+}
+
+TEST_F(MeterProgramTest, AFileNameThatIsNoUtf8IsMendedInEveryExport)
+{
+    const std::string sound = write("Abh\xF6rraum.wav", {sine(1000, 0.5, 48000, 12 * 48000)});
+    const std::string csv = folder / "session.csv";
+    ASSERT_EQ(meter({"--csv", csv, sound}).status, 0);
+    EXPECT_THAT(contentOf(csv), HasSubstr(",Abh\uFFFDrraum.wav,"));
 }
 
 TEST_F(MeterProgramTest, ASessionThatCanNotBeKeptIsAnErrorAfterTheFigures)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <meter/MeasuredHub.h>
 
+#include <base/Text.h>
+
 namespace velmor {
 
 namespace {
@@ -22,6 +24,7 @@ MeasuredHub::MeasuredHub(MainLoop& loop, AudioCapture& capture, AudioHardware& h
     , m_options(options)
     , m_levels(options.blocksPath, options.ticksPath)
     , m_notifications(loop, options.notificationsPath)
+    , m_exports(options)
     , m_hub({loop, capture, hardware, m_playback, m_defaults, options.calendar, m_notifications, m_loginItem,
              m_workspace, storage(options)})
 {}
@@ -44,7 +47,7 @@ void MeasuredHub::start(const std::string& deviceUID, const std::string& default
     if (m_options.calibrationOffset)
         m_hub.settings.calibrationOffset = *m_options.calibrationOffset;
     m_levels.follow(m_loop, m_hub);
-    m_hub.startSession(m_options.name.empty() ? defaultName : m_options.name);
+    m_hub.startSession(validUtf8(m_options.name.empty() ? defaultName : m_options.name));
 }
 
 void MeasuredHub::finish(Summary& summary)
@@ -57,6 +60,7 @@ void MeasuredHub::finish(Summary& summary)
     summary.isSessionKept = !m_hub.sessionManager.hasUnsavedSessions();
     m_levels.commit();
     m_notifications.commit();
+    summary.exportFailure = m_exports.write(m_hub, summary);
 }
 
 } // namespace velmor

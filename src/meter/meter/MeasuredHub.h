@@ -3,6 +3,7 @@
 
 #include <app/AppState.h>
 #include <base/MainLoop.h>
+#include <meter/ExportFiles.h>
 #include <meter/LevelLog.h>
 #include <meter/NotificationLog.h>
 #include <meter/Options.h>
@@ -38,8 +39,8 @@ public:
     AppState& hub() { return m_hub; }
     std::int64_t blockCount() const { return m_levels.blockCount(); }
 
-    /// Takes the figures, ends the session, and finishes the files.
-    /// \throws MeterError when a file can't be written.
+    /// Takes the figures, ends the session, finishes the files and exports the session. An export that fails
+    /// is noted in the summary. \throws MeterError when another file can't be written.
     void finish(Summary& summary);
 
 private:
@@ -51,6 +52,7 @@ private:
     NoPlayback m_playback;
     LevelLog m_levels;
     NotificationLog m_notifications;
+    ExportFiles m_exports;
     AppState m_hub;
 };
 

@@ -27,6 +27,7 @@ constexpr double longestNoiseSeconds = 600;
 constexpr auto footer = R"(Examples:
   velmor-meter mix.wav
   velmor-meter --offset 118.5 --json --ticks ticks.ndjson mix.flac
+  velmor-meter --csv session.csv --report report.pdf mix.wav
   velmor-meter --list-devices
   velmor-meter --noise noise.wav --seconds 10
   velmor-meter --mic-response recorded-noise.wav --json
@@ -50,9 +51,16 @@ bool isSameFile(const std::string& a, const std::string& b)
 void checkPaths(const Options& options)
 {
     const std::string history = options.historyFolder.empty() ? "" : options.historyFolder + "/sessions.json";
-    const std::array<std::string, 6> paths = {
-        history,          options.file, options.blocksPath, options.ticksPath, options.notificationsPath,
-        options.noisePath};
+    const std::array paths = {history,
+                              options.file,
+                              options.blocksPath,
+                              options.ticksPath,
+                              options.notificationsPath,
+                              options.csvPath,
+                              options.timeSeriesPath,
+                              options.sessionJsonPath,
+                              options.reportPath,
+                              options.noisePath};
     for (auto a = paths.begin(); a != paths.end(); ++a) {
         for (auto b = std::next(a); b != paths.end(); ++b) {
             if (isSameFile(*a, *b))
@@ -112,6 +120,14 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
         app.add_option("--notifications", options.notificationsPath,
                        "Write one JSON object for each notification that the program would post (- for "
                        "standard output)");
+    auto* csv = app.add_option("--csv", options.csvPath,
+                               "Write the session as comma-separated values (- for standard output)");
+    auto* timeSeries = app.add_option("--time-series", options.timeSeriesPath,
+                                      "Write the session's readings as comma-separated values");
+    auto* sessionJson = app.add_option("--session-json", options.sessionJsonPath,
+                                       "Write the session in the form of the history file");
+    auto* report =
+        app.add_option("--report", options.reportPath, "Write the session's report, a PDF of one page");
     auto* name = app.add_option("--name", options.name,
                                 "Name of the session (the file's name, Manual for a live input)");
     auto* history = app.add_option("--history", options.historyFolder,
@@ -123,8 +139,10 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
     live->excludes(list)->excludes(noise)->excludes(response);
     noise->excludes(list)->excludes(response);
     response->excludes(list);
-    for (CLI::Option* measuring :
-         {start, name, history, target, tolerance, conservative, offset, blocks, ticks, notifications}) {
+    for (CLI::Option* exporting : {csv, timeSeries, sessionJson, report})
+        list->excludes(exporting);
+    for (CLI::Option* measuring : {start, name, history, target, tolerance, conservative, offset, blocks,
+                                   ticks, notifications, csv, timeSeries, sessionJson, report}) {
         noise->excludes(measuring);
         response->excludes(measuring);
     }
@@ -144,7 +162,8 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
             throw MeterError(fmt::format("{}: given without a value", option->get_name()));
     }
     for (std::string* path :
-         {&options.blocksPath, &options.ticksPath, &options.notificationsPath, &options.noisePath}) {
+         {&options.blocksPath, &options.ticksPath, &options.notificationsPath, &options.csvPath,
+          &options.timeSeriesPath, &options.sessionJsonPath, &options.reportPath, &options.noisePath}) {
         if (*path == "/dev/stdout")
             *path = "-";
     }

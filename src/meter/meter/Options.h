@@ -29,6 +29,10 @@ struct Options
     std::string blocksPath;
     std::string ticksPath;
     std::string notificationsPath;
+    std::string csvPath;
+    std::string timeSeriesPath;
+    std::string sessionJsonPath;
+    std::string reportPath;
     std::string name;                ///< Of the session; empty for its default.
     std::string historyFolder;       ///< Empty for a session that is not kept.
     std::optional<double> target;    ///< dBA, above 0; absent for the program's default.

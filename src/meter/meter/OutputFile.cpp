@@ -29,7 +29,7 @@ bool isStream(const std::string& path)
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& path)
+OutputFile::OutputFile(const std::string& path, AtomicFile::Readers readers)
     : m_path(path)
 {
     if (path == "-")
@@ -37,16 +37,17 @@ OutputFile::OutputFile(const std::string& path)
     else if (isStream(path))
         m_stream.reset(std::fopen(path.c_str(), "we"));
     else
-        m_file = std::make_unique<AtomicFile>(path);
+        m_file = std::make_unique<AtomicFile>(path, readers);
     // Somebody may be reading along.
     if (m_stream)
         std::setvbuf(m_stream.get(), nullptr, _IOLBF, BUFSIZ);
     check();
 }
 
-std::unique_ptr<OutputFile> OutputFile::openedUnlessEmpty(const std::string& path)
+std::unique_ptr<OutputFile> OutputFile::openedUnlessEmpty(const std::string& path,
+                                                          AtomicFile::Readers readers)
 {
-    return path.empty() ? nullptr : std::make_unique<OutputFile>(path);
+    return path.empty() ? nullptr : std::make_unique<OutputFile>(path, readers);
 }
 
 void OutputFile::write(std::string_view text)

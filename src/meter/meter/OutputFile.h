@@ -17,10 +17,11 @@ class OutputFile
 public:
     /// \param path "-" for the program's own standard output.
     /// \throws MeterError when it can't be written.
-    explicit OutputFile(const std::string& path);
+    explicit OutputFile(const std::string& path, AtomicFile::Readers readers = AtomicFile::Readers::owner);
 
     /// Nothing for an empty path. \throws MeterError
-    static std::unique_ptr<OutputFile> openedUnlessEmpty(const std::string& path);
+    static std::unique_ptr<OutputFile>
+    openedUnlessEmpty(const std::string& path, AtomicFile::Readers readers = AtomicFile::Readers::owner);
 
     /// \throws MeterError
     void write(std::string_view text);

@@ -46,6 +46,7 @@ struct Summary
     std::optional<double> l90;
     Session session;           ///< As it is in the history.
     bool isSessionKept = true; ///< False where the history could not be written.
+    std::string exportFailure; ///< Why an export could not be written; empty where all were.
 
     /// Takes the hub's present figures, all but the session.
     void take(const AppState& hub);
