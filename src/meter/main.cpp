@@ -143,6 +143,10 @@ int run(const Options& options)
 int main(int argumentCount, char** arguments)
 {
     fillStandardStreams();
+    // A report is drawn without a desktop, whose theme would look for its display. Before any other thread is
+    // there to read the environment.
+    ::unsetenv("QT_QPA_PLATFORMTHEME");
+    ::unsetenv("QT_STYLE_OVERRIDE");
     try {
         const auto parsed = parseOptions(argumentCount, arguments);
         if (const auto* exit = std::get_if<EarlyExit>(&parsed))

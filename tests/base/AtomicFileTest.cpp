@@ -289,7 +289,14 @@ TEST_F(AtomicFileTest, WhatTheUserTakesAwayIsReadableAsUsualAndStaysAsItWas)
     test::writeFile(folder / "synchronised/report", "old");
     std::filesystem::create_symlink("synchronised/report", folder / "link");
     write("link");
+    std::filesystem::create_symlink("synchronised/later", folder / "early");
+    write("early");
+    std::filesystem::create_symlink("loop", folder / "loop");
+    write("loop");
+    EXPECT_EQ(mode("loop"), 0640U);
     ::umask(umask);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "early"));
+    EXPECT_EQ(test::contentOf(folder / "synchronised/later"), "new");
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
     EXPECT_EQ(test::contentOf(folder / "synchronised/report"), "new");
 }

@@ -398,6 +398,7 @@ TEST_F(MeterProgramTest, TheSessionIsExportedWithoutADisplay)
 {
     ::unsetenv("DISPLAY");
     ::unsetenv("WAYLAND_DISPLAY");
+    ::setenv("QT_QPA_PLATFORMTHEME", "gtk3", 1);
     const std::string sound = write("mix.wav", {sine(1000, 0.5, 48000, 25 * 48000)});
     const std::string csv = folder / "session.csv";
     const std::string series = folder / "series.csv";
@@ -439,6 +440,16 @@ TEST_F(MeterProgramTest, AnExportThatFailsIsAnErrorAfterTheFiguresAndTheOtherExp
     EXPECT_THAT(outcome.output, HasSubstr("Session average"));
     EXPECT_EQ(outcome.error, "velmor-meter: /dev/full: can't be written (No space left on device)\n");
     EXPECT_THAT(contentOf(report), testing::StartsWith("%PDF-"));
+}
+
+TEST_F(MeterProgramTest, AnExportOnStandardOutputEndsItsLine)
+{
+    const std::string sound = write("mix.wav", {sine(1000, 0.5, 48000, 12 * 48000)});
+    const auto outcome = meter({"--csv", "-", sound});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_THAT(outcome.output,
+                testing::ContainsRegex("\n[0-9-]+,1,0.0[0-9],85.0,88.0,0,0,0\n" + sound + "\n"));
+    EXPECT_EQ(meter({"--report", "-", sound}).error, "velmor-meter: --report: a PDF goes to a file\n");
 }
 
 TEST_F(MeterProgramTest, AFileNameThatIsNoUtf8IsMendedInEveryExport)

@@ -51,8 +51,12 @@ struct Desktop
             std::filesystem::create_directory(folder / name);
         ::chmod((folder / "run").c_str(), 0700);
         ::unsetenv("WAYLAND_DISPLAY");
-        ::unsetenv("XDG_CURRENT_DESKTOP");
-        ::unsetenv("QT_QPA_PLATFORMTHEME");
+        // Whatever desktop the test is started on, this is none of them.
+        for (const char* name :
+             {"XDG_CURRENT_DESKTOP", "DESKTOP_SESSION", "KDE_FULL_SESSION", "GNOME_DESKTOP_SESSION_ID",
+              "MATE_DESKTOP_SESSION_ID", "QT_QPA_PLATFORMTHEME", "QT_SCALE_FACTOR", "QT_SCREEN_SCALE_FACTORS",
+              "QT_AUTO_SCREEN_SCALE_FACTOR", "QT_FONT_DPI"})
+            ::unsetenv(name);
         ::setenv("QT_QPA_PLATFORM", "xcb", 1);
         ::setenv("QT_STYLE_OVERRIDE", "fusion", 1);
         registerHandlers();
@@ -68,26 +72,34 @@ private:
     void registerHandlers() const
     {
         const auto script = folder / "handler";
-        writeFile(script,
-                        "#!/bin/sh\nprintf '%s\\n' \"$*\" >> '" + (folder / "opened").native() + "'\n");
+        writeFile(script, "#!/bin/sh\nprintf '%s\\n' \"$*\" >> '" + (folder / "opened").native() + "'\n");
         ::chmod(script.c_str(), 0700);
         for (const auto& [name, type] : {std::pair("viewer", "application/pdf;inode/directory"),
                                          std::pair("mail", "x-scheme-handler/mailto")})
             writeFile(folder.path() / "data/applications" / (std::string(name) + ".desktop"),
-                            "[Desktop Entry]\nType=Application\nName=" + std::string(name) +
-                                "\nExec=" + script.native() + " " + name + " %u\nMimeType=" + type + ";\n");
-        writeFile(
-            folder / "config/mimeapps.list",
-            "[Default Applications]\napplication/pdf=viewer.desktop\ninode/directory=viewer.desktop\n"
-            "x-scheme-handler/mailto=mail.desktop\n");
+                      "[Desktop Entry]\nType=Application\nName=" + std::string(name) +
+                          "\nExec=" + script.native() + " " + name + " %u\nMimeType=" + type + ";\n");
+        writeFile(folder / "config/mimeapps.list",
+                  "[Default Applications]\napplication/pdf=viewer.desktop\ninode/directory=viewer.desktop\n"
+                  "x-scheme-handler/mailto=mail.desktop\n");
     }
 
     void startBus()
     {
         const auto socket = folder / "run/bus";
         const std::string address = "unix:path=" + socket.native();
+        // No program of the machine is started by it.
+        const auto configuration = folder / "bus.conf";
+        writeFile(
+            configuration,
+            "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\" "
+            "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+            "<busconfig><type>session</type><listen>" +
+                address +
+                "</listen><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+                "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
         bus = std::make_unique<Companion>(
-            std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--address=" + address});
+            std::vector<std::string>{"dbus-daemon", "--nofork", "--config-file=" + configuration.native()});
         if (!PrivateAudioSession::waitUntil([&] { return std::filesystem::exists(socket); }))
             problem = "no bus";
         ::setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);

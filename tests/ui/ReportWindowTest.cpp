@@ -36,7 +36,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -60,6 +59,11 @@ class ReportWindow : public testing::Test
 protected:
     void SetUp() override
     {
+        if (!desktop->problem.empty()) {
+            if (std::getenv("CI"))
+                FAIL() << desktop->problem;
+            GTEST_SKIP() << "it can't be started here: " << desktop->problem;
+        }
         std::filesystem::remove(desktop->folder / "opened");
         m_session.endDate = m_session.startDate + std::chrono::seconds(7500);
         m_hub.sessionManager.sessionHistory = std::vector{m_session};
@@ -178,6 +182,16 @@ TEST_F(ReportWindow, ShowsTheReferenceThatIsSetNow)
     settings.target = 85;
     m_hub.referenceTracker.settings = settings;
     EXPECT_THAT(report->accessibleDescription().toStdString(), HasSubstr("Target: 85 ± 3 dBA"));
+}
+
+TEST_F(ReportWindow, ShowsTheCalibrationAndTheMomentThatThePdfHas)
+{
+    open();
+    const int height = m_window->findChild<QWidget*>("report")->height();
+    CalibrationTrust trust;
+    trust.concerns = std::vector<std::string>(12, "input clipped many times since the last calibration");
+    m_hub.calibrationTrust.trust = trust;
+    EXPECT_GT(m_window->findChild<QWidget*>("report")->height(), height);
 }
 
 TEST_F(ReportWindow, SavesThroughTheDialogAndKeepsTheCachedFile)
@@ -500,10 +514,8 @@ int main(int argumentCount, char** arguments)
         return RUN_ALL_TESTS();
     velmor::test::Desktop desktop;
     velmor::test::desktop = &desktop;
-    if (!desktop.problem.empty()) {
-        std::printf("%s\n", desktop.problem.c_str());
-        return EXIT_FAILURE;
-    }
+    if (!desktop.problem.empty())
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
     const QApplication application(argumentCount, arguments);
     return RUN_ALL_TESTS();
 }

@@ -45,6 +45,7 @@ TEST(SessionReportContent, ASessionWithoutANameIsAManualOne)
 {
     EXPECT_EQ(reportTitle(newSession("", start)), "Manual session");
     EXPECT_EQ(reportTitle(newSession("Pro Mixer", start)), "Pro Mixer");
+    EXPECT_EQ(reportTitle(newSession("\n\xE2\x80\xAE", start)), "Manual session");
 }
 
 TEST(SessionReportContent, DatesAreThoseOfOneLanguageInTheLocalZone)
@@ -98,6 +99,7 @@ TEST(SessionReportContent, LabelsOfLevelsAreCutOffToWholeNumbers)
     EXPECT_EQ(targetLabel(79.9), "Target 79 dBA");
     EXPECT_EQ(levelMark(120), "120");
     EXPECT_EQ(levelMark(0), "0");
+    EXPECT_EQ(levelMark(-0.5), "0");
 }
 
 TEST(SessionReportContent, BelowThirtySecondsOfActiveTimeThereIsNoScore)

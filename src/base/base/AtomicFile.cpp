@@ -31,14 +31,18 @@ auto uninterrupted(Call call)
     return result;
 }
 
-/// The file itself where a path names a link to one; the path where it names none.
-std::filesystem::path linkTarget(const std::filesystem::path& path)
+/// What a path leads to when it names a link, also where nothing is there yet.
+std::filesystem::path linkTarget(std::filesystem::path path)
 {
+    constexpr int longestChain = 40;
     std::error_code error;
-    if (!std::filesystem::is_symlink(path, error))
-        return path;
-    const std::filesystem::path target = std::filesystem::weakly_canonical(path, error);
-    return error ? path : target;
+    for (int i = 0; i < longestChain && std::filesystem::is_symlink(path, error); ++i) {
+        const std::filesystem::path next = std::filesystem::read_symlink(path, error);
+        if (error)
+            break;
+        path = path.parent_path() / next;
+    }
+    return path;
 }
 
 } // namespace
@@ -89,7 +93,7 @@ AtomicFile::AtomicFile(const std::filesystem::path& named, Readers readers)
     // The umask may have taken more away than it should.
     if (readers == Readers::owner)
         ::fchmod(m_file, ownerOnly);
-    else if (isThere)
+    else if (isThere && S_ISREG(present.st_mode))
         ::fchmod(m_file, present.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO));
 }
 

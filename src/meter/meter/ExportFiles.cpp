@@ -46,8 +46,8 @@ std::string reportOf(const Session& session, const AppState& hub, const Options&
 {
     const QuietQt quiet;
     // As arguments, not in the environment, which another thread may be reading.
-    std::array<std::string, 5> words = {"velmor-meter", "-platform", "offscreen", "-style", "fusion"};
-    std::array<char*, 6> arguments = {};
+    std::array<std::string, 3> words = {"velmor-meter", "-platform", "offscreen"};
+    std::array<char*, words.size() + 1> arguments = {};
     for (std::size_t i = 0; i < words.size(); ++i)
         arguments[i] = words[i].data();
     int argumentCount = static_cast<int>(words.size());
@@ -73,11 +73,15 @@ std::string ExportFiles::write(const AppState& hub, const Summary& summary)
 {
     const std::span<const Session> session(&summary.session, 1);
     std::string failure;
-    const auto writeTo = [&failure](const std::unique_ptr<OutputFile>& file, const auto& text) {
+    const auto writeTo = [&failure](const std::unique_ptr<OutputFile>& file, const auto& content) {
         if (!file)
             return;
         try {
-            file->write(text());
+            const std::string text = content();
+            file->write(text);
+            // On a terminal other lines follow.
+            if (file->isWrittenAtOnce() && !text.ends_with('\n'))
+                file->write("\n");
             file->commit();
         } catch (const std::exception& error) {
             if (failure.empty())

@@ -6,7 +6,6 @@
 #include <meter/OutputFile.h>
 #include <meter/Summary.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 

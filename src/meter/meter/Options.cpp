@@ -168,6 +168,8 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
             *path = "-";
     }
 
+    if (options.reportPath == "-")
+        throw MeterError("--report: a PDF goes to a file");
     if (listsDevices)
         options.task = Options::Task::listDevices;
     else if (isLive)

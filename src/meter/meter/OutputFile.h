@@ -23,6 +23,9 @@ public:
     static std::unique_ptr<OutputFile>
     openedUnlessEmpty(const std::string& path, AtomicFile::Readers readers = AtomicFile::Readers::owner);
 
+    /// Whether it is written to at once.
+    bool isWrittenAtOnce() const { return m_stream != nullptr; }
+
     /// \throws MeterError
     void write(std::string_view text);
 

@@ -80,7 +80,7 @@ void PageWriter::paragraph(const QString& text, const QFont& font, const QColor&
     for (int i = 0; i < lines; ++i) {
         const QTextLine line = layout.lineAt(i);
         QString part = text.mid(line.textStart(), line.textLength());
-        if (i + 1 == lines && layout.lineCount() > lines)
+        if (i + 1 == lines && (layout.lineCount() > lines || text.size() > mostCharacters))
             part = QFontMetricsF(font).elidedText(text.mid(line.textStart(), mostCharacters), Qt::ElideRight,
                                                   m_width);
         this->text(m_left, m_y, part, font, colour);

@@ -105,16 +105,20 @@ private:
         const double bottom = y.coordToPixel(lowestLevel);
         painter->setPen(Qt::NoPen);
         // Each band reaches under the next one and, for those that are narrower than a pixel, at least so far
-        // that no page shows between them: a short stretch is a faint one, and none is lost.
+        // that no page shows between them: a short stretch is a faint one. Only a last one of a single
+        // reading has no length.
         constexpr double leastReach = 1.5;
-        const double last = m_runs.empty() ? 0 : x.coordToPixel(m_time.key(m_runs.back().end));
+        double last = 0;
+        for (const ZoneRun& run : m_runs)
+            last = std::max(last, x.coordToPixel(m_time.key(run.end)));
         for (std::size_t i = 0; i < m_runs.size(); ++i) {
             const double start = x.coordToPixel(m_time.key(m_runs[i].start));
             const ZoneRun& next = m_runs[std::min(i + 1, m_runs.size() - 1)];
             const double end =
                 std::min(std::max(x.coordToPixel(m_time.key(next.end)), start + leastReach), last);
-            painter->fillRect(QRectF(start, top, end - start, bottom - top),
-                              mixed(m_shades.zone(m_runs[i].zone), m_shades.page, zoneOpacity));
+            if (end > start)
+                painter->fillRect(QRectF(start, top, end - start, bottom - top),
+                                  mixed(m_shades.zone(m_runs[i].zone), m_shades.page, zoneOpacity));
         }
     }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ui/SessionReportContent.h>
 
+#include <base/Text.h>
+
 #include <QChar>
 #include <QString>
 
@@ -85,7 +87,8 @@ std::string ageText(const CalibrationTrust& calibration, Date now)
 
 std::string reportTitle(const Session& session)
 {
-    return session.dawName.empty() ? "Manual session" : visibleText(session.dawName);
+    const std::string name = visibleText(session.dawName);
+    return trimmed(name).empty() ? "Manual session" : name;
 }
 
 std::string reportDate(Date date, const Calendar& calendar)
@@ -130,7 +133,7 @@ std::string targetLabel(double target)
 
 std::string levelMark(double level)
 {
-    return fmt::format("{:.0f}", std::trunc(level));
+    return fmt::format("{:.0f}", std::trunc(level) + 0.0);
 }
 
 Score disciplineScore(const Session& session)

@@ -112,7 +112,7 @@ struct ChartStride
 /// \param duration of the session, in seconds.
 ChartStride chartTimeStride(double duration);
 
-/// The marks within a span, both ends included: whole multiples of the stride on the local clock.
+/// The marks within a span, both ends included: whole multiples of the stride from each local midnight on.
 std::vector<Date> chartMarks(const ChartStride& stride, Date from, Date to, const Calendar& calendar);
 
 /// What stands at a mark.

@@ -6,7 +6,6 @@
 #include <ui/WebAddresses.h>
 
 #include <QDesktopServices>
-#include <QPushButton>
 #include <QUrl>
 
 #include <algorithm>
@@ -68,29 +67,34 @@ SessionReportView::SessionReportView(Session session, ReferenceLevelSettings ref
     , m_session(std::move(session))
     , m_referenceSettings(std::move(referenceSettings))
     , m_circumstances(std::move(circumstances))
+    , m_link(new QPushButton(this))
 {
     // The page is drawn; what can be pressed on it lies above it, and has nothing to show but its focus.
-    const Layout layout = lay(nullptr, shadesOf(Appearance::light));
-    setFixedSize(static_cast<int>(pageWidth), static_cast<int>(std::ceil(layout.height)));
-    auto* const link = new QPushButton(this);
-    link->setGeometry(layout.link.toAlignedRect().adjusted(-2, -2, 2, 2));
-    link->setStyleSheet(QStringLiteral("QPushButton { background: transparent; border: none; }"
-                                       "QPushButton:focus { border: 1px solid palette(highlight); }"));
-    link->setCursor(Qt::PointingHandCursor);
-    link->setFocusPolicy(Qt::TabFocus);
-    link->setAccessibleName(visibleAddress());
-    connect(link, &QPushButton::clicked, this,
+    m_link->setStyleSheet(QStringLiteral("QPushButton { background: transparent; border: none; }"
+                                         "QPushButton:focus { border: 1px solid palette(highlight); }"));
+    m_link->setCursor(Qt::PointingHandCursor);
+    m_link->setFocusPolicy(Qt::TabFocus);
+    m_link->setAccessibleName(visibleAddress());
+    connect(m_link, &QPushButton::clicked, this,
             [] { QDesktopServices::openUrl(QUrl(QString::fromLatin1(web_addresses::footer))); });
-    describe();
+    measure();
 }
 
-void SessionReportView::setReferenceSettings(const ReferenceLevelSettings& settings)
+void SessionReportView::update(const ReferenceLevelSettings& referenceSettings,
+                               const ReportCircumstances& circumstances)
 {
-    if (settings == m_referenceSettings)
-        return;
-    m_referenceSettings = settings;
+    m_referenceSettings = referenceSettings;
+    m_circumstances = circumstances;
+    measure();
+    QWidget::update();
+}
+
+void SessionReportView::measure()
+{
+    const Layout layout = lay(nullptr, shadesOf(Appearance::light));
+    setFixedSize(static_cast<int>(pageWidth), static_cast<int>(std::ceil(layout.height)));
+    m_link->setGeometry(layout.link.toAlignedRect().adjusted(-2, -2, 2, 2));
     describe();
-    update();
 }
 
 void SessionReportView::draw(QCPPainter& painter, Appearance appearance) const

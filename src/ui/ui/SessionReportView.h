@@ -7,6 +7,7 @@
 #include <ui/SessionReportContent.h>
 #include <ui/Style.h>
 
+#include <QPushButton>
 #include <QRectF>
 #include <QWidget>
 
@@ -26,8 +27,8 @@ public:
 
     const Session& session() const { return m_session; }
 
-    /// The page shows the present settings, also for a session of others.
-    void setReferenceSettings(const ReferenceLevelSettings& settings);
+    /// Shows the page as it would be made now.
+    void update(const ReferenceLevelSettings& referenceSettings, const ReportCircumstances& circumstances);
 
     /// Draws the page at the painter's origin, in the view's size: points on paper.
     void draw(QCPPainter& painter, Appearance appearance) const;
@@ -48,6 +49,7 @@ private:
     void layDiscipline(PageWriter& page, const Shades& shades) const;
     void laySummary(PageWriter& page, const Shades& shades) const;
     QRectF layFooter(PageWriter& page, const Shades& shades) const;
+    void measure();
     void describe();
 
     void paintEvent(QPaintEvent* event) override;
@@ -55,6 +57,7 @@ private:
     Session m_session;
     ReferenceLevelSettings m_referenceSettings;
     ReportCircumstances m_circumstances;
+    QPushButton* m_link;
 };
 
 } // namespace velmor

@@ -4,6 +4,7 @@
 #include <ui/Style.h>
 
 #include <QLabel>
+#include <QShortcut>
 
 #include <algorithm>
 
@@ -32,6 +33,8 @@ SessionReportWindowRoot::SessionReportWindowRoot(AppState& hub, std::optional<Uu
     notFound->setMargin(static_cast<int>(spacing::group));
     notFound->setForegroundRole(QPalette::PlaceholderText);
     m_layout->addWidget(notFound);
+    for (const QKeySequence& keys : {QKeySequence(QKeySequence::Close), QKeySequence(Qt::Key_Escape)})
+        connect(new QShortcut(keys, this), &QShortcut::activated, this, [this] { close(); });
     m_historySubscription =
         hub.sessionManager.sessionHistory.subscribe([this](const std::vector<Session>&) { follow(); });
     follow();

@@ -6,11 +6,10 @@
 #include <ui/Style.h>
 
 #include <QApplication>
+#include <QDialog>
 #include <QEvent>
 #include <QHBoxLayout>
-#include <QMessageBox>
 #include <QScrollArea>
-#include <QShortcut>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -30,10 +29,10 @@ constexpr int padding = 12;
 constexpr auto shareSymbol = "square.and.arrow.up";
 constexpr auto saveSymbol = "square.and.arrow.down";
 
-/// An alert goes soon, and what belongs to it with it: its own window stays.
+/// A dialog goes soon, and what belongs to it with it: the window that it belongs to stays.
 QWidget* lastingWindow(QWidget* window)
 {
-    while (qobject_cast<QMessageBox*>(window) && window->parentWidget())
+    while (qobject_cast<QDialog*>(window) && window->parentWidget())
         window = window->parentWidget()->window();
     return window;
 }
@@ -43,11 +42,13 @@ bool canBeAnchor(const QWidget* window)
     return window->isVisible() && (window->windowType() == Qt::Window || window->windowType() == Qt::Dialog);
 }
 
-/// The window that the user is in, or else the first there is.
-QWidget* anchorWindow()
+/// The window that the user is in, or else the first there is, which is the view's own where it has one.
+QWidget* anchorWindow(const QWidget& view)
 {
     if (QWidget* const window = QApplication::activeWindow())
         return lastingWindow(window);
+    if (view.window()->isVisible())
+        return view.window();
     const QWidgetList windows = QApplication::topLevelWidgets();
     const auto found = std::ranges::find_if(windows, canBeAnchor);
     return found != windows.end() ? lastingWindow(*found) : nullptr;
@@ -76,8 +77,6 @@ SessionReportWindowView::SessionReportWindowView(AppState& hub, const Session& s
     connect(m_saveButton, &QToolButton::clicked, this, [this] { save(); });
 
     m_saveButton->setShortcut(QKeySequence::Save);
-    for (const QKeySequence& keys : {QKeySequence(QKeySequence::Close), QKeySequence(Qt::Key_Escape)})
-        connect(new QShortcut(keys, this), &QShortcut::activated, this, [this] { window()->close(); });
 
     auto* const sheet = new QWidget;
     auto* const sheetLayout = new QVBoxLayout(sheet);
@@ -98,8 +97,10 @@ SessionReportWindowView::SessionReportWindowView(AppState& hub, const Session& s
                               style()->pixelMetric(QStyle::PM_ScrollBarExtent);
     setMinimumSize(std::max(leastWidth, withScrollBar), leastHeight);
 
-    m_settingsSubscription = hub.referenceTracker.settings.subscribe(
-        [this](const ReferenceLevelSettings& settings) { m_report->setReferenceSettings(settings); });
+    m_settingsSubscription =
+        hub.referenceTracker.settings.subscribe([this](const ReferenceLevelSettings&) { refresh(); });
+    m_trustSubscription =
+        hub.calibrationTrust.trust.subscribe([this](const CalibrationTrust&) { refresh(); });
     showAppearance();
 }
 
@@ -116,12 +117,18 @@ QToolButton* SessionReportWindowView::makeButton(const char* label, const char* 
     return button;
 }
 
+void SessionReportWindowView::refresh()
+{
+    m_report->update(m_hub.referenceTracker.settings, m_sharing.circumstances());
+}
+
 void SessionReportWindowView::share()
 {
-    if (!anchorWindow()) {
+    if (!anchorWindow(*this)) {
         printLine("Share: no window to anchor share picker from");
         return;
     }
+    refresh();
     const Session& session = m_report->session();
     try {
         const std::filesystem::path file = m_sharing.writePDF(session, m_hub.referenceTracker.settings);
@@ -137,11 +144,12 @@ void SessionReportWindowView::share()
 
 void SessionReportWindowView::save()
 {
-    QWidget* const anchor = anchorWindow();
+    QWidget* const anchor = anchorWindow(*this);
     if (!anchor) {
         printLine("Save: no window to anchor save panel from");
         return;
     }
+    refresh();
     m_sharing.presentSaveDialog(m_report->session(), m_hub.referenceTracker.settings, anchor);
 }
 

@@ -29,6 +29,7 @@ public:
     void save();
 
 private:
+    void refresh();
     QToolButton* makeButton(const char* label, const char* symbol, const char* help);
     void changeEvent(QEvent* event) override;
     void showAppearance();
@@ -39,6 +40,7 @@ private:
     QToolButton* m_shareButton;
     QToolButton* m_saveButton;
     Subscription m_settingsSubscription;
+    Subscription m_trustSubscription;
 };
 
 } // namespace velmor
