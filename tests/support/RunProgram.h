@@ -36,8 +36,10 @@ inline pid_t spawn(const std::vector<std::string>& command, const std::string& o
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    ::posix_spawn_file_actions_addopen(&actions, 1, outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    ::posix_spawn_file_actions_addopen(&actions, 2, errorFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    // Both may be one file, in which neither writes over what the other has written.
+    constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND;
+    ::posix_spawn_file_actions_addopen(&actions, 1, outputFile.c_str(), flags, 0600);
+    ::posix_spawn_file_actions_addopen(&actions, 2, errorFile.c_str(), flags, 0600);
     pid_t process = -1;
     const int error = ::posix_spawnp(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);

@@ -17,31 +17,34 @@ class VirtualScreen
 public:
     explicit VirtualScreen(const std::string& size)
     {
-        const std::string log = m_folder / "display";
         m_server = std::make_unique<Companion>(
             std::vector<std::string>{"Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0", size},
-            log);
-        const auto number = [&log]() -> std::string {
-            // Numbers that are taken cost a line of complaint each; the last line is the one that was found.
-            const std::string text = contentOf(log);
-            if (!text.ends_with("\n"))
-                return "";
-            const std::size_t before = text.rfind('\n', text.size() - 2);
-            const std::string line = before == std::string::npos ? text : text.substr(before + 1);
-            return line.find_first_not_of("0123456789") == line.size() - 1 ? line.substr(0, line.size() - 1)
-                                                                           : "";
-        };
-        if (PrivateAudioSession::waitUntil([&] { return !number().empty(); }))
-            ::setenv("DISPLAY", (":" + number()).c_str(), 1);
+            m_log);
+        PrivateAudioSession::waitUntil([&] { return !number().empty(); });
+        if (number().empty())
+            m_problem = "no screen: " + contentOf(m_log);
         else
-            m_problem = "no screen";
+            ::setenv("DISPLAY", (":" + number()).c_str(), 1);
     }
 
     /// Why it could not be started; empty if it was.
     const std::string& problem() const { return m_problem; }
 
 private:
+    /// What the server has found; empty before. Numbers that are taken cost a line of complaint each, the
+    /// last line is the one.
+    std::string number() const
+    {
+        const std::string text = contentOf(m_log);
+        if (!text.ends_with("\n"))
+            return "";
+        const std::size_t before = text.rfind('\n', text.size() - 2);
+        const std::string line = before == std::string::npos ? text : text.substr(before + 1);
+        return line.find_first_not_of("0123456789") == line.size() - 1 ? line.substr(0, line.size() - 1) : "";
+    }
+
     TemporaryFolder m_folder;
+    std::string m_log = m_folder / "display";
     std::unique_ptr<Companion> m_server;
     std::string m_problem;
 };
