@@ -80,13 +80,13 @@ SessionReportView::SessionReportView(Session session, ReferenceLevelSettings ref
     measure();
 }
 
-void SessionReportView::update(const ReferenceLevelSettings& referenceSettings,
-                               const ReportCircumstances& circumstances)
+void SessionReportView::refresh(const ReferenceLevelSettings& referenceSettings,
+                                const ReportCircumstances& circumstances)
 {
     m_referenceSettings = referenceSettings;
     m_circumstances = circumstances;
     measure();
-    QWidget::update();
+    update();
 }
 
 void SessionReportView::measure()

@@ -28,7 +28,7 @@ public:
     const Session& session() const { return m_session; }
 
     /// Shows the page as it would be made now.
-    void update(const ReferenceLevelSettings& referenceSettings, const ReportCircumstances& circumstances);
+    void refresh(const ReferenceLevelSettings& referenceSettings, const ReportCircumstances& circumstances);
 
     /// Draws the page at the painter's origin, in the view's size: points on paper.
     void draw(QCPPainter& painter, Appearance appearance) const;

@@ -119,7 +119,7 @@ QToolButton* SessionReportWindowView::makeButton(const char* label, const char* 
 
 void SessionReportWindowView::refresh()
 {
-    m_report->update(m_hub.referenceTracker.settings, m_sharing.circumstances());
+    m_report->refresh(m_hub.referenceTracker.settings, m_sharing.circumstances());
 }
 
 void SessionReportWindowView::share()
