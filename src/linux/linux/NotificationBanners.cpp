@@ -2,6 +2,7 @@
 #include <linux/NotificationBanners.h>
 
 #include <linux/CurrentDesktop.h>
+#include <linux/SettingsSchema.h>
 
 #include <gio/gio.h>
 
@@ -14,24 +15,12 @@ namespace {
 constexpr auto schemaID = "org.gnome.desktop.notifications";
 constexpr auto key = "show-banners";
 
-/// Asking for settings that aren't installed would end the program.
-bool isInstalled()
-{
-    GSettingsSchemaSource* source = g_settings_schema_source_get_default();
-    GSettingsSchema* schema = source ? g_settings_schema_source_lookup(source, schemaID, TRUE) : nullptr;
-    if (!schema)
-        return false;
-    const bool hasKey = g_settings_schema_has_key(schema, key) != FALSE;
-    g_settings_schema_unref(schema);
-    return hasKey;
-}
-
 } // namespace
 
 NotificationBanners::NotificationBanners(std::function<void(bool areShown)> onChange)
     : m_onChange(std::move(onChange))
 {
-    if (!isCurrentDesktop("GNOME") || !isInstalled())
+    if (!isCurrentDesktop("GNOME") || !areSettingsInstalled(schemaID, {key}))
         return;
     m_settings = g_settings_new(schemaID);
     const auto changed = +[](GSettings*, const gchar*, gpointer self) {
