@@ -13,6 +13,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace velmor {
@@ -295,9 +296,13 @@ void SessionManager::recoverSessions()
 
 std::vector<Session> SessionManager::todaysSessions() const
 {
+    // No local day is longer, and a calendar's answer takes a thousand times as long as a difference.
+    constexpr double longestDaySeconds = 26.0 * 3600;
+    const Date now = m_loop.now();
     std::vector<Session> sessions;
     for (const Session& session : sessionHistory.get()) {
-        if (m_calendar.isSameDay(session.startDate, m_loop.now()))
+        if (std::abs(secondsBetween(session.startDate, now)) <= longestDaySeconds &&
+            m_calendar.isSameDay(session.startDate, now))
             sessions.push_back(session);
     }
     return sessions;
