@@ -11,11 +11,15 @@
 #include <integrations/VelmorWidgetSnapshot.h>
 #include <linux/AlertSound.h>
 #include <linux/ApplicationInstance.h>
+#include <linux/ApplicationName.h>
 #include <linux/AutostartLoginItem.h>
 #include <linux/BusWidgetCenter.h>
+#include <linux/DesktopColorSchemes.h>
 #include <linux/DesktopDoNotDisturb.h>
 #include <linux/DesktopNotificationCenter.h>
+#include <linux/DesktopShareServices.h>
 #include <linux/Directories.h>
+#include <linux/FeedUpdater.h>
 #include <linux/Journal.h>
 #include <linux/LevelStream.h>
 #include <linux/PipeWireCapture.h>
@@ -28,8 +32,11 @@
 #include <linux/SqliteDefaultsStore.h>
 #include <linux/StandardStreams.h>
 #include <linux/TimeZoneWatch.h>
+#include <ui/VelmorApp.h>
+#include <ui/WebAddresses.h>
 
 #include <CLI/CLI.hpp>
+#include <QApplication>
 #include <QCoreApplication>
 
 #include <cerrno>
@@ -117,18 +124,53 @@ Arguments parsedArguments(int argumentCount, char** arguments)
     return parsed;
 }
 
-/// The desktop program itself.
-int runDesktop()
+bool isSet(const char* name)
+{
+    const char* const value = std::getenv(name);
+    return value && *value;
+}
+
+/// Whether there is a screen to show something on.
+bool hasDisplay()
+{
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+}
+
+/// Wayland lets no program place its windows. Through the X server that most of its desktops bring along, the
+/// popover opens at the item.
+/// For this program alone: what it starts finds its own way.
+std::unique_ptr<QApplication> makeApplication(int& argumentCount, char** arguments)
+{
+    constexpr auto choice = "QT_QPA_PLATFORM";
+    const bool isOurs = isSet("DISPLAY") && isSet("WAYLAND_DISPLAY") && !isSet(choice);
+    if (isOurs)
+        ::setenv(choice, "xcb;wayland", /*overwrite=*/1);
+    auto application = std::make_unique<QApplication>(argumentCount, arguments);
+    if (isOurs)
+        ::unsetenv(choice);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setDesktopFileName(QString::fromLatin1(ApplicationName::busName));
+    return application;
+}
+
+/// The desktop program itself. \param hasWindows false without a screen: all but the windows works then.
+int runDesktop(bool hasWindows)
 {
     QtMainLoop loop;
 
-    const EndOnSignals endOnSignals(loop, [] { QCoreApplication::quit(); });
+    const EndOnSignals endOnSignals(loop, [] { QCoreApplication::exit(); });
 
     // The session bus ends with the desktop's session. Calls are answered once the loop runs.
     std::function<void(const std::string&)> performAction;
-    ApplicationInstance instance({.onActivate = [] { printLine("activated"); },
+    std::unique_ptr<VelmorApp> windows;
+    ApplicationInstance instance({.onActivate =
+                                      [&] {
+                                          printLine("activated");
+                                          if (windows)
+                                              windows->activate();
+                                      },
                                   .onAction = [&](const std::string& action) { performAction(action); },
-                                  .onBusLost = [] { QCoreApplication::quit(); }});
+                                  .onBusLost = [] { QCoreApplication::exit(); }});
     if (instance.role() == ApplicationInstance::Role::another)
         return EXIT_SUCCESS;
     if (instance.role() == ApplicationInstance::Role::unanswered)
@@ -178,9 +220,19 @@ int runDesktop()
     ShortcutSearch shortcutSearch(intentSupport, intentActions);
     const SearchService searchService(shortcutSearch);
 
+    FeedUpdater updater(loop, {web_addresses::updateFeed, web_addresses::updateKey, VELMOR_VERSION});
+    DesktopShareServices shareServices;
+    DesktopColorSchemes colorSchemes(baseFolders.config);
+    if (hasWindows) {
+        windows = std::make_unique<VelmorApp>(
+            VelmorApp::Needs{hub, defaults, notificationCenter, workspace, updater, colorSchemes,
+                             shareServices, baseFolders.cache, [] { QCoreApplication::exit(); }});
+    }
+
     const int status = QCoreApplication::exec();
     // What has come in before is still done.
     QCoreApplication::processEvents();
+    windows.reset();
     hub.endForGood();
     widgetCenter.flush();
     // All is kept: another instance may begin while this one says its last words.
@@ -194,9 +246,14 @@ int run(int argumentCount, char** arguments)
 {
     prepareStandardStreams();
     const Arguments wanted = parsedArguments(argumentCount, arguments);
+    const bool isClient = !wanted.urls.empty() || !wanted.action.empty();
+    if (!isClient && hasDisplay()) {
+        const auto application = makeApplication(argumentCount, arguments);
+        return runDesktop(true);
+    }
     const QCoreApplication application(argumentCount, arguments);
-    if (wanted.urls.empty() && wanted.action.empty())
-        return runDesktop();
+    if (!isClient)
+        return runDesktop(false);
     const RunningInstance running(ownProgram());
     const bool isOpened = wanted.urls.empty() || running.open(wanted.urls);
     const bool isDone = wanted.action.empty() || running.activateAction(wanted.action);

@@ -32,8 +32,8 @@
 
 namespace velmor::test {
 
-/// A report's window on a real screen, driven by its buttons, menus and dialogs; the programs that it asks are
-/// the desktop's own.
+/// A report's window on a real screen, driven by its buttons, menus and dialogs; the programs that it asks
+/// are the desktop's own.
 class ReportWindow : public ::testing::Test
 {
 protected:

@@ -10,6 +10,7 @@
 #include <QSvgRenderer>
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 
 // Outside of every namespace, as the macro asks for.
@@ -29,10 +30,30 @@ struct Row
 };
 
 constexpr Row rows[] = {
+    {"arrow.counterclockwise", "reset"},
+    {"arrow.triangle.2.circlepath", "arrows-circle"},
+    {"bolt", "bolt"},
+    {"bolt.fill", "bolt-fill"},
     {"calendar", "calendar"},
+    {"chart.line.uptrend.xyaxis", "chart-line"},
     {"clock", "clock"},
-    {"square.and.arrow.up", "share"},
+    {"ear", "ear"},
+    {"ear.fill", "ear-fill"},
+    {"ear.trianglebadge.exclamationmark", "ear-warning"},
+    {"exclamationmark.triangle.fill", "warning-fill"},
+    {"gear", "gear"},
+    {"pause.circle", "pause-circle"},
+    {"pause.circle.fill", "pause-circle-fill"},
+    {"pianokeys", "pianokeys"},
+    {"pin.fill", "pin-fill"},
+    {"play.circle", "play-circle"},
+    {"power", "power"},
+    {"shield.checkered", "shield-checkered"},
     {"square.and.arrow.down", "save"},
+    {"square.and.arrow.up", "share"},
+    {"stop.circle", "stop-circle"},
+    {"target", "target"},
+    {"waveform.badge.exclamationmark", "waveform-warning"},
 };
 
 QByteArray drawing(const char* file)
@@ -60,23 +81,48 @@ void IconResolver::draw(QPainter& painter, const QRectF& place, std::string_view
     QSvgRenderer(coloured(drawing(row->file), colour)).render(&painter, place);
 }
 
+std::vector<std::string_view> IconResolver::symbols()
+{
+    std::vector<std::string_view> names;
+    std::ranges::transform(rows, std::back_inserter(names), &Row::symbol);
+    return names;
+}
+
 void IconResolver::drawApplicationIcon(QPainter& painter, const QRectF& place)
 {
     QSvgRenderer(drawing("velmor")).render(&painter, place);
 }
 
-QIcon IconResolver::icon(std::string_view symbol, const QColor& colour)
+namespace {
+
+/// A picture for each size that windows and buttons ask for.
+template <typename Draw>
+QIcon iconOf(std::initializer_list<int> sizes, Draw draw)
 {
     QIcon icon;
-    for (const int size : {16, 20, 24, 32, 48, 64}) {
+    for (const int size : sizes) {
         QPixmap pixmap(size, size);
         pixmap.fill(Qt::transparent);
         QPainter painter(&pixmap);
-        draw(painter, QRectF(0, 0, size, size), symbol, colour);
+        draw(painter, QRectF(0, 0, size, size));
         painter.end();
         icon.addPixmap(pixmap);
     }
     return icon;
+}
+
+} // namespace
+
+QIcon IconResolver::icon(std::string_view symbol, const QColor& colour)
+{
+    return iconOf({16, 20, 24, 32, 48, 64},
+                  [&](QPainter& painter, const QRectF& place) { draw(painter, place, symbol, colour); });
+}
+
+QIcon IconResolver::applicationIcon()
+{
+    return iconOf({16, 24, 32, 48, 64, 128},
+                  [](QPainter& painter, const QRectF& place) { drawApplicationIcon(painter, place); });
 }
 
 } // namespace velmor

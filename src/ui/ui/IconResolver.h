@@ -7,6 +7,7 @@
 #include <QRectF>
 
 #include <string_view>
+#include <vector>
 
 namespace velmor {
 
@@ -17,8 +18,14 @@ public:
     /// Draws a symbol in a colour. A symbol of no known name is a programming error.
     static void draw(QPainter& painter, const QRectF& place, std::string_view symbol, const QColor& colour);
 
+    /// The names that there are.
+    static std::vector<std::string_view> symbols();
+
     /// Draws the program's own icon.
     static void drawApplicationIcon(QPainter& painter, const QRectF& place);
+
+    /// The same for windows and dialogs.
+    static QIcon applicationIcon();
 
     /// A symbol for a button, sharp at every scale.
     static QIcon icon(std::string_view symbol, const QColor& colour);

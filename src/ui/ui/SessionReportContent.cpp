@@ -138,14 +138,10 @@ std::string levelMark(double level)
 
 Score disciplineScore(const Session& session)
 {
-    constexpr double leastGood = 70.0;
-    constexpr double leastFair = 40.0;
     const std::optional<double> share = session.onTargetPercentage();
     if (!share)
         return {absentValue, ScoreGrade::unknown};
-    return {fmt::format("{:.0f}% on target", std::round(*share)), *share >= leastGood   ? ScoreGrade::good
-                                                                  : *share >= leastFair ? ScoreGrade::fair
-                                                                                        : ScoreGrade::poor};
+    return {fmt::format("{:.0f}% on target", std::round(*share)), gradeOf(*share)};
 }
 
 DisciplineShares disciplineShares(const Session& session)

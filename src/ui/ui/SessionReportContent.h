@@ -7,6 +7,7 @@
 #include <calibration/CalibrationTrust.h>
 #include <discipline/ReferenceLevelSettings.h>
 #include <sessions/Session.h>
+#include <ui/ScoreGrade.h>
 
 #include <span>
 #include <string>
@@ -50,16 +51,13 @@ std::string targetLabel(double target);
 /// A value of the level axis, cut off to a whole number.
 std::string levelMark(double level);
 
-/// How the score of a session's discipline is to be taken.
-enum class ScoreGrade { good, fair, poor, unknown };
-
 struct Score
 {
     std::string text;
     ScoreGrade grade = ScoreGrade::unknown;
 };
 
-/// The share of the active time on target: good from 70 %, fair from 40 %.
+/// The share of the active time on target.
 Score disciplineScore(const Session& session);
 
 /// Shares of the active time, under, on and over the target, 0 to 1.

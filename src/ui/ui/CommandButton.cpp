@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <ui/CommandButton.h>
+
+#include <ui/IconResolver.h>
+
+#include <QFocusEvent>
+#include <QFontMetricsF>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QString>
+
+#include <cmath>
+
+namespace velmor {
+
+namespace {
+
+constexpr double besideHeight = 32;
+constexpr double aboveHeight = 44;
+
+TextStyle textStyle(CommandButton::Form form)
+{
+    return form == CommandButton::Form::beside ? TextStyle::label : TextStyle::caption;
+}
+
+} // namespace
+
+CommandButton::CommandButton(Form form, const char* label, const char* symbol)
+    : m_form(form)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_Hover);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setFixedHeight(static_cast<int>(form == Form::beside ? besideHeight : aboveHeight));
+    setFont(fontOf(textStyle(form)));
+    show(label, symbol);
+}
+
+void CommandButton::show(const char* label, const char* symbol)
+{
+    if (m_symbol == symbol && text() == QString::fromUtf8(label))
+        return;
+    m_symbol = symbol;
+    setText(QString::fromUtf8(label));
+}
+
+void CommandButton::setTint(Tint tint)
+{
+    if (m_tint == tint)
+        return;
+    m_tint = tint;
+    update();
+}
+
+QSize CommandButton::sizeHint() const
+{
+    // As wide as its row gives it: all of a row are of one width.
+    return {static_cast<int>(iconSide::header), height()};
+}
+
+void CommandButton::focusInEvent(QFocusEvent* event)
+{
+    m_isFocusShown = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason ||
+                     event->reason() == Qt::ShortcutFocusReason;
+    QAbstractButton::focusInEvent(event);
+}
+
+void CommandButton::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        click();
+    else
+        QAbstractButton::keyPressEvent(event);
+}
+
+void CommandButton::paintEvent(QPaintEvent*)
+{
+    const Shades& shades = shadesOf(appearanceOf(palette()));
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const bool isUnderPointer = isEnabled() && underMouse();
+    if (isDown() || isUnderPointer || m_form == Form::beside) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(isDown()         ? shades.controlPressed
+                         : isUnderPointer ? shades.controlUnderPointer
+                                          : shades.control);
+        painter.drawRoundedRect(rect(), radius::control, radius::control);
+    }
+    if (hasFocus() && m_isFocusShown) {
+        constexpr double line = 1.5;
+        painter.setPen(QPen(shades.blue, line));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(line / 2, line / 2, -line / 2, -line / 2),
+                                radius::control, radius::control);
+    }
+    const QColor ink = shades.ink(isEnabled() ? m_tint : Tint::tertiary);
+    const QFontMetricsF metrics(font());
+    painter.setPen(ink);
+    painter.setFont(font());
+    QRectF symbol(0, 0, iconSide::control, iconSide::control);
+    if (m_form == Form::beside) {
+        symbol.moveTopLeft({spacing::tight, (height() - symbol.height()) / 2});
+        const QRectF place =
+            QRectF(rect()).adjusted(symbol.right() + spacing::hair + 2, 0, -spacing::hair, 0);
+        painter.drawText(place, Qt::AlignLeft | Qt::AlignVCenter,
+                         metrics.elidedText(text(), Qt::ElideRight, place.width()));
+    } else {
+        const double inner = symbol.height() + spacing::hair + metrics.height();
+        symbol.moveTopLeft({(width() - symbol.width()) / 2, std::round((height() - inner) / 2)});
+        painter.drawText(QRectF(0, symbol.bottom() + spacing::hair, width(), metrics.height()),
+                         Qt::AlignHCenter | Qt::AlignTop, text());
+    }
+    IconResolver::draw(painter, symbol, m_symbol, ink);
+}
+
+} // namespace velmor

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <ui/Style.h>
+
+#include <QAbstractButton>
+
+#include <string>
+
+namespace velmor {
+
+/// One of the popover's commands: a symbol beside its label, or above it.
+class CommandButton final : public QAbstractButton
+{
+public:
+    enum class Form {
+        beside, ///< For the commands of the moment.
+        above   ///< Small, for those that lead elsewhere.
+    };
+
+    CommandButton(Form form, const char* label, const char* symbol);
+
+    /// What it does now. Where it does something else than before, the place stays.
+    void show(const char* label, const char* symbol);
+
+    /// The tint of symbol and label: primary, unless said otherwise.
+    void setTint(Tint tint);
+
+    QSize sizeHint() const override;
+
+private:
+    void paintEvent(QPaintEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+    Form m_form;
+    std::string m_symbol;
+    Tint m_tint = Tint::primary;
+    bool m_isFocusShown = false;
+};
+
+} // namespace velmor

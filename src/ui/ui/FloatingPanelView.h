@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <app/AppState.h>
+#include <ui/ActiveSessionSection.h>
+#include <ui/DisciplineSection.h>
+#include <ui/DoseSection.h>
+#include <ui/Gates.h>
+#include <ui/LevelSection.h>
+#include <ui/PauseBanner.h>
+#include <ui/RefreshLimit.h>
+#include <ui/StatisticsSection.h>
+#include <ui/TodaySection.h>
+
+#include <QWidget>
+
+namespace velmor {
+
+/// The live measurements that the user has chosen for the floating panel. Follows the hub while it is shown.
+class FloatingPanelView final : public QWidget
+{
+public:
+    static constexpr auto title = "Velmor Measurements";
+
+    explicit FloatingPanelView(AppState& appState);
+
+    void refresh();
+
+private:
+    void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+    AppState& m_appState;
+    Gates m_gates;
+    PauseBanner* m_banner;
+    DoseSection* m_dose;
+    LevelSection* m_level;
+    DisciplineSection* m_discipline;
+    StatisticsSection* m_statistics;
+    ActiveSessionSection* m_activeSession;
+    TodaySection* m_today;
+    RefreshLimit m_refreshes;
+    Subscription m_changes;
+};
+
+} // namespace velmor

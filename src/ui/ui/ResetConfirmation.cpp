@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <ui/ResetConfirmation.h>
+
+#include <ui/Style.h>
+#include <ui/TextLabel.h>
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <utility>
+
+namespace velmor {
+
+namespace {
+
+constexpr auto question = "Reset dose to 0%?";
+constexpr double veilOpacity = 0.82;
+
+/// Its ground.
+class Card final : public QWidget
+{
+    void paintEvent(QPaintEvent*) override
+    {
+        const Shades& shades = shadesOf(appearanceOf(palette()));
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(shades.hairline, 1));
+        painter.setBrush(shades.control);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius::card, radius::card);
+    }
+};
+
+QString buttonStyle(const QColor& ground, const QColor& text, const QColor& focus)
+{
+    return QStringLiteral(
+               "QPushButton { background: %1; color: %2; border: 2px solid %1; border-radius: %3px;"
+               " padding: 5px 14px; } QPushButton:focus { border-color: %4; }")
+        .arg(ground.name(), text.name())
+        .arg(static_cast<int>(radius::control))
+        .arg(focus.name());
+}
+
+} // namespace
+
+ResetConfirmation::ResetConfirmation(QWidget& owner, std::function<void()> reset)
+    : QWidget(&owner)
+    , m_reset(std::move(reset))
+    , m_card(new Card)
+    , m_cancel(new QPushButton(QStringLiteral("Cancel")))
+    , m_confirm(new QPushButton(QStringLiteral("Reset")))
+{
+    setAccessibleName(QString::fromLatin1(question));
+    auto* const buttons = new QHBoxLayout;
+    buttons->setSpacing(static_cast<int>(spacing::tight));
+    for (QPushButton* const button : {m_cancel, m_confirm}) {
+        button->setFont(fontOf(TextStyle::label, TextWeight::strong));
+        button->setAutoDefault(true);
+        buttons->addWidget(button, 1);
+    }
+    auto* const inner = new QVBoxLayout(m_card);
+    constexpr int padding = static_cast<int>(spacing::group);
+    inner->setContentsMargins(padding, padding, padding, padding);
+    inner->setSpacing(padding);
+    inner->addWidget(new TextLabel(question, TextStyle::heading, TextWeight::strong, Tint::primary), 0,
+                     Qt::AlignHCenter);
+    inner->addLayout(buttons);
+
+    auto* const layout = new QVBoxLayout(this);
+    layout->setContentsMargins(padding, padding, padding, padding);
+    layout->addStretch();
+    layout->addWidget(m_card);
+    layout->addStretch();
+
+    connect(m_cancel, &QPushButton::clicked, this, [this] { cancel(); });
+    connect(m_confirm, &QPushButton::clicked, this, [this] {
+        hide();
+        m_reset();
+    });
+    owner.installEventFilter(this);
+    showAppearance();
+    hide();
+}
+
+void ResetConfirmation::ask()
+{
+    setGeometry(parentWidget()->rect());
+    m_focusBefore = window()->focusWidget();
+    show();
+    raise();
+    m_cancel->setFocus();
+}
+
+void ResetConfirmation::cancel()
+{
+    hide();
+}
+
+bool ResetConfirmation::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Resize)
+        setGeometry(parentWidget()->rect());
+    else if (event->type() == QEvent::Hide)
+        hide();
+    return QWidget::eventFilter(watched, event);
+}
+
+/// What lies below is out of reach while the question stands.
+bool ResetConfirmation::focusNextPrevChild(bool)
+{
+    (m_cancel->hasFocus() ? m_confirm : m_cancel)->setFocus(Qt::TabFocusReason);
+    return true;
+}
+
+void ResetConfirmation::hideEvent(QHideEvent* event)
+{
+    if (m_focusBefore)
+        m_focusBefore->setFocus();
+    m_focusBefore = nullptr;
+    QWidget::hideEvent(event);
+}
+
+void ResetConfirmation::keyPressEvent(QKeyEvent* event)
+{
+    // The window that it lies over closes on the same key.
+    if (event->key() == Qt::Key_Escape)
+        cancel();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+void ResetConfirmation::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::PaletteChange)
+        showAppearance();
+    QWidget::changeEvent(event);
+}
+
+void ResetConfirmation::showAppearance()
+{
+    const Shades& shades = shadesOf(appearanceOf(palette()));
+    const QColor onRed = Qt::white;
+    const QColor destructive("#c62f25");
+    m_cancel->setStyleSheet(buttonStyle(shades.controlPressed, shades.text, shades.blue));
+    m_confirm->setStyleSheet(buttonStyle(destructive, onRed, shades.text));
+}
+
+void ResetConfirmation::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), withOpacity(shadesOf(appearanceOf(palette())).page, veilOpacity));
+}
+
+} // namespace velmor

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+
+class QPushButton;
+
+namespace velmor {
+
+/// Asks before the dose is reset. Lies over the view that it belongs to, so that it can be asked in a window
+/// that closes on a click outside.
+class ResetConfirmation final : public QWidget
+{
+public:
+    /// \param reset what the user then wants done.
+    ResetConfirmation(QWidget& owner, std::function<void()> reset);
+
+    void ask();
+
+    /// As if the user had thought better of it.
+    void cancel();
+
+private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    bool focusNextPrevChild(bool isNext) override;
+    void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void showAppearance();
+
+    std::function<void()> m_reset;
+    QWidget* m_card;
+    QPushButton* m_cancel;
+    QPushButton* m_confirm;
+    QPointer<QWidget> m_focusBefore;
+};
+
+} // namespace velmor
