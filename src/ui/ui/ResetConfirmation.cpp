@@ -36,9 +36,9 @@ class Card final : public QWidget
 
 QString buttonStyle(const QColor& ground, const QColor& text, const QColor& focus)
 {
-    return QStringLiteral(
-               "QPushButton { background: %1; color: %2; border: 2px solid %1; border-radius: %3px;"
-               " padding: 5px 14px; } QPushButton:focus { border-color: %4; }")
+    return QStringLiteral("QPushButton { outline: none; background: %1; color: %2; border: 2px solid %1; "
+                          "border-radius: %3px;"
+                          " padding: 5px 14px; } QPushButton:focus { border-color: %4; }")
         .arg(ground.name(), text.name())
         .arg(static_cast<int>(radius::control))
         .arg(focus.name());

@@ -133,10 +133,10 @@ void SessionReportView::layBrand(PageWriter& page, const Shades& shades) const
         const QRectF place(page.left(), page.y(), iconSize, iconSize);
         IconResolver::drawApplicationIcon(*painter, place);
         // Its own dark ground ends somewhere on a dark page, too.
-        constexpr double radius = 9;
+        constexpr double cornerRadius = iconSize * 15 / 64;
         painter->setPen(QPen(shades.hairline, 1));
         painter->setBrush(Qt::NoBrush);
-        painter->drawRoundedRect(place.adjusted(0.75, 0.75, -0.75, -0.75), radius, radius);
+        painter->drawRoundedRect(place, cornerRadius, cornerRadius);
     }
     const QFont nameFont = fontOf(TextStyle::heading, TextWeight::strong);
     const QFont kindFont = fontOf(TextStyle::label);

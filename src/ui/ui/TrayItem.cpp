@@ -196,7 +196,7 @@ void TrayItem::showLabel(const MenuBarLabel& label)
 
 void TrayItem::showToolTip(const TrayToolTip& toolTip)
 {
-    if (toolTip == m_face.toolTip || m_toolTipRest.isActive())
+    if (toolTip == m_face.toolTip || m_toolTipRest.isActive() || m_callbacks.isDigestOpen())
         return;
     m_toolTipRest.start(leastToolTipMilliseconds);
     m_face.toolTip = toolTip;

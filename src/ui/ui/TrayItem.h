@@ -40,6 +40,9 @@ public:
 
         /// The item was clicked. \param place where, as far as that is known.
         std::function<void(const std::optional<QPoint>& place)> onClick;
+
+        /// Whether the digest is open: it says all that the tool tip does, which would lie over it.
+        std::function<bool()> isDigestOpen;
     };
 
     TrayItem(AppState& hub, const ColorSchemes& schemes, SceneActions scenes, Callbacks callbacks);

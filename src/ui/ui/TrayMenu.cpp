@@ -173,6 +173,9 @@ void collect(const MenuLayout& layout, const QList<int>& ids, QList<MenuItemProp
 /// What stands on the bus.
 class TrayMenu::Object final : public QObject, public QDBusContext
 {
+    // Only so do its adaptors know of the call.
+    Q_OBJECT
+
 public:
     std::vector<TrayMenuEntry> entries;
 };
@@ -230,7 +233,7 @@ public slots:
         const MenuLayout* const found = find(m_layout, id);
         if (!found || !found->properties.contains(name)) {
             refuse(id);
-            return {};
+            return QDBusVariant(QString());
         }
         return QDBusVariant(found->properties.value(name));
     }

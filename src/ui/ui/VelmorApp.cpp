@@ -41,7 +41,8 @@ VelmorApp::VelmorApp(const Needs& needs)
                       [this](const std::optional<QPoint>& place) {
                           if (m_trayItem.isShown())
                               m_popover.toggle(place);
-                      }})
+                      },
+                  .isDigestOpen = [this] { return m_popover.isVisible(); }})
     , m_importCompleted(notifications.onImportCompleted([this] { m_hub.refreshAfterTovikImport(); }))
     , m_outcomes(needs.updater.onOutcome([this](const UpdateOutcome& outcome) { showOutcome(outcome); }))
     , m_schemeChanges(needs.colorSchemes.onChange([this] { followColorSchemes(); }))
