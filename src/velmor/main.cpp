@@ -50,6 +50,8 @@
 #include <system_error>
 #include <vector>
 
+#include <unistd.h>
+
 namespace {
 
 using namespace velmor;
@@ -153,7 +155,8 @@ std::unique_ptr<QApplication> makeApplication(int& argumentCount, char** argumen
     return application;
 }
 
-/// The desktop program itself. \param hasWindows false without a screen: all but the windows works then.
+/// The desktop program itself.
+/// \param hasWindows false without a screen: all but the windows works then.
 int runDesktop(bool hasWindows)
 {
     QtMainLoop loop;
@@ -162,12 +165,11 @@ int runDesktop(bool hasWindows)
 
     // The session bus ends with the desktop's session. Calls are answered once the loop runs.
     std::function<void(const std::string&)> performAction;
-    std::unique_ptr<VelmorApp> windows;
+    std::function<void()> show;
     ApplicationInstance instance({.onActivate =
                                       [&] {
                                           printLine("activated");
-                                          if (windows)
-                                              windows->activate();
+                                          show();
                                       },
                                   .onAction = [&](const std::string& action) { performAction(action); },
                                   .onBusLost = [] { QCoreApplication::exit(); }});
@@ -223,10 +225,18 @@ int runDesktop(bool hasWindows)
     FeedUpdater updater(loop, {web_addresses::updateFeed, web_addresses::updateKey, VELMOR_VERSION});
     DesktopShareServices shareServices;
     DesktopColorSchemes colorSchemes(baseFolders.config);
+    std::unique_ptr<VelmorApp> windows;
+    show = [&] {
+        notificationCenter.add({.identifier = "velmor.windowless",
+                                .title = "Velmor runs without windows",
+                                .body = "It was started where there was no screen. End process " +
+                                        std::to_string(::getpid()) + " and start it again."});
+    };
     if (hasWindows) {
         windows = std::make_unique<VelmorApp>(
             VelmorApp::Needs{hub, defaults, notificationCenter, workspace, updater, colorSchemes,
                              shareServices, baseFolders.cache, [] { QCoreApplication::exit(); }});
+        show = [&] { windows->activate(); };
     }
 
     const int status = QCoreApplication::exec();

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "XfceConfiguration.h"
+
 #include <linux/DesktopDoNotDisturb.h>
 #include <support/PrivateAudioSession.h>
 
@@ -53,37 +55,6 @@ public:
 private:
     QDBusConnection m_bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "server");
     bool m_isInhibited;
-};
-
-/// Xfce's configuration as far as one property goes.
-class Configuration final : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.xfce.Xfconf")
-
-public:
-    explicit Configuration(bool isOn)
-        : m_isOn(isOn)
-    {
-        m_bus.registerObject("/org/xfce/Xfconf", this,
-                             QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
-        m_bus.registerService("org.xfce.Xfconf");
-    }
-    ~Configuration() override { QDBusConnection::disconnectFromBus("xfconf"); }
-
-public slots:
-    QDBusVariant GetProperty(const QString& channel, const QString& property)
-    {
-        return QDBusVariant(m_isOn && channel == "xfce4-notifyd" && property == "/do-not-disturb");
-    }
-
-signals:
-    void PropertyChanged(const QString& channel, const QString& property, const QDBusVariant& value);
-    void PropertyRemoved(const QString& channel, const QString& property);
-
-private:
-    QDBusConnection m_bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "xfconf");
-    bool m_isOn;
 };
 
 class DesktopDoNotDisturbTest : public testing::Test
@@ -202,7 +173,7 @@ TEST_F(DesktopDoNotDisturbTest, XfcesConfigurationCountsInItsOwnSession)
 {
     ::setenv("XDG_CURRENT_DESKTOP", "XFCE", 1);
     follow();
-    Configuration configuration(true);
+    test::XfceConfiguration configuration({{"xfce4-notifyd/do-not-disturb", true}});
     settle();
     EXPECT_TRUE(doNotDisturb->isOn());
     EXPECT_THAT(changes, IsEmpty());
@@ -217,7 +188,7 @@ TEST_F(DesktopDoNotDisturbTest, XfcesConfigurationCountsInItsOwnSession)
 
 TEST_F(DesktopDoNotDisturbTest, XfcesConfigurationDoesNotCountElsewhere)
 {
-    const Configuration configuration(true);
+    const test::XfceConfiguration configuration({{"xfce4-notifyd/do-not-disturb", true}});
     follow();
     EXPECT_FALSE(doNotDisturb->isOn());
 }

@@ -10,6 +10,8 @@
 #include <QElapsedTimer>
 #include <QMenu>
 #include <QPaintEvent>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 
 #include <algorithm>
@@ -434,6 +436,32 @@ TEST(PopoverPlace, IsBesideTheClickAndOnTheFreePartOfTheScreen)
     EXPECT_EQ(Popover::placeAt({0, 400}, size, free).left(), 0);
     // A screen that is too small.
     EXPECT_EQ(Popover::placeAt({600, 12}, QSize(346, 900), free).height(), 776);
+}
+
+TEST(PopoverWindow, OnALowScreenTheQuestionIsAskedWhereItIsSeen)
+{
+    PosedHub posed;
+    popoverStates()[2].pose(posed);
+    FakeUpdater updater;
+    CheckForUpdatesViewModel model(updater);
+    FloatingPanelWindowRegistry panels([](AppState&) { return new QWidget; });
+    auto* const view = new MenuBarView(*posed.hub, model, panels, {});
+    QScrollArea low;
+    low.setWidget(view);
+    low.resize(MenuBarView::width + 40, 300);
+    low.show();
+    low.verticalScrollBar()->setValue(low.verticalScrollBar()->maximum());
+    for (QAbstractButton* const button : view->findChildren<QAbstractButton*>()) {
+        if (button->text() == QStringLiteral("Reset Dose"))
+            button->click();
+    }
+    const QWidget* const cancel = view->window()->focusWidget();
+    ASSERT_TRUE(cancel);
+    QTest::qWait(50);
+    const QRect seen(0, 0, low.viewport()->width(), low.viewport()->height());
+    const QPoint place = cancel->mapTo(&low, cancel->rect().center());
+    EXPECT_TRUE(seen.contains(place)) << place.y();
+    EXPECT_NEAR(place.y(), 150, 40);
 }
 
 TEST(PopoverWindow, EscapeClosesIt)

@@ -31,10 +31,15 @@ struct NoShareServices final : ShareServices
 struct ChosenSchemes final : ColorSchemes
 {
     std::optional<bool> windows;
+    mutable int panelQuestions = 0;
     boost::signals2::signal<void()> changed;
 
     std::optional<bool> areWindowsDark() const override { return windows; }
-    std::optional<bool> arePanelsDark() const override { return windows; }
+    std::optional<bool> arePanelsDark() const override
+    {
+        ++panelQuestions;
+        return windows;
+    }
     Subscription onChange(const std::function<void()>& callback) override
     {
         return changed.connect(callback);
@@ -195,6 +200,13 @@ TEST_F(ShellTest, TheDesktopsColoursAreFollowedBothWays)
     schemes.windows = {};
     schemes.changed();
     EXPECT_EQ(appearanceOf(QApplication::palette()), Appearance::light);
+}
+
+TEST_F(ShellTest, APaletteThatChangesByItselfIsFollowed)
+{
+    const int before = schemes.panelQuestions;
+    QApplication::setPalette(paletteFor(Appearance::dark));
+    EXPECT_TRUE(waitFor([&] { return schemes.panelQuestions > before; }));
 }
 
 TEST_F(ShellTest, TheOutcomeOfACheckIsShownAsPlainText)

@@ -35,6 +35,17 @@ TEST_F(VelmorProgramTest, ASecondStartActivatesTheFirstAndEnds)
     EXPECT_TRUE(isOnTheBus());
 }
 
+TEST_F(VelmorProgramTest, OneThatHasNoScreenSaysSoWhenSomebodyWantsToSeeIt)
+{
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        ::unsetenv(name);
+    startProgram();
+    const std::string process = std::to_string(program->process());
+    EXPECT_EQ(test::run({test::programPath("velmor")}).status, 0);
+    EXPECT_TRUE(waitForSummary("Velmor runs without windows"));
+    EXPECT_THAT(daemon->received().back().body, HasSubstr("End process " + process + " and start it again."));
+}
+
 TEST_F(VelmorProgramTest, ASecondStartBesideOneThatHangsSaysSo)
 {
     startProgram();

@@ -10,6 +10,9 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
+#include <QFileSystemWatcher>
+#include <QLatin1String>
+#include <QMetaType>
 #include <QObject>
 #include <QString>
 
@@ -29,6 +32,7 @@ const QString themeChannel = QStringLiteral("xsettings");
 const QString themeProperty = QStringLiteral("/Net/ThemeName");
 const QString panelChannel = QStringLiteral("xfce4-panel");
 const QString panelProperty = QStringLiteral("/panels/dark-mode");
+constexpr QLatin1String lxqtFile("lxqt.conf");
 
 /// Themes say it in their name.
 bool isDarkTheme(std::string name)
@@ -48,16 +52,17 @@ public:
     explicit Sources(const std::filesystem::path& configuration)
         : m_interface([this] { changed(); })
     {
-        if (isCurrentDesktop("LXQt")) {
-            const auto file = KeyFile::read(configuration / "lxqt/lxqt.conf");
-            const auto theme = file ? file->text("General", "theme") : std::nullopt;
-            if (theme)
-                m_lxqtIsDark = isDarkTheme(*theme);
-        }
+        if (isCurrentDesktop("LXQt"))
+            followLxqt(configuration / "lxqt");
         if (!isCurrentDesktop("XFCE"))
             return;
-        QDBusConnection::sessionBus().connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyChanged"),
-                                              this, SLOT(xfceChanged(QString, QString, QDBusVariant)));
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        // A slot is looked for by the names of its types; this one's is not known by itself.
+        qRegisterMetaType<QDBusVariant>();
+        bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyChanged"), this,
+                    SLOT(xfceChanged(QString, QString, QDBusVariant)));
+        bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyRemoved"), this,
+                    SLOT(xfceRemoved(QString, QString)));
         ask(themeChannel, themeProperty);
         ask(panelChannel, panelProperty);
     }
@@ -89,7 +94,37 @@ private slots:
         take(channel, property, value);
     }
 
+    void xfceRemoved(const QString& channel, const QString& property)
+    {
+        take(channel, property, std::nullopt);
+    }
+
 private:
+    void followLxqt(const std::filesystem::path& folder)
+    {
+        readLxqt(folder);
+        // Its file is replaced by a new one, by some writers written in place.
+        const QString watchedFolder = QString::fromStdString(folder.native());
+        const QString watchedFile = watchedFolder + QLatin1Char('/') + lxqtFile;
+        m_lxqtFiles.addPaths({watchedFolder, watchedFile});
+        const auto followFile = [this, folder, watchedFile] {
+            m_lxqtFiles.addPath(watchedFile);
+            const std::optional<bool> before = m_lxqtIsDark;
+            readLxqt(folder);
+            if (m_lxqtIsDark != before)
+                changed();
+        };
+        connect(&m_lxqtFiles, &QFileSystemWatcher::directoryChanged, this, followFile);
+        connect(&m_lxqtFiles, &QFileSystemWatcher::fileChanged, this, followFile);
+    }
+
+    void readLxqt(const std::filesystem::path& folder)
+    {
+        const auto file = KeyFile::read(folder / lxqtFile.latin1());
+        const auto theme = file ? file->text("General", "theme") : std::nullopt;
+        m_lxqtIsDark = theme ? std::optional(isDarkTheme(*theme)) : std::nullopt;
+    }
+
     /// Nobody is started for a question.
     void ask(const QString& channel, const QString& property)
     {
@@ -106,18 +141,25 @@ private:
         });
     }
 
-    void take(const QString& channel, const QString& property, const QDBusVariant& value)
+    /// \param value absent for a property that is gone.
+    void take(const QString& channel, const QString& property, const std::optional<QDBusVariant>& value)
     {
-        if (channel == themeChannel && property == themeProperty)
-            m_xfceThemeIsDark = isDarkTheme(value.variant().toString().toStdString());
-        else if (channel == panelChannel && property == panelProperty)
-            m_xfcePanelIsDark = value.variant().toBool();
-        else
+        if (channel == themeChannel && property == themeProperty) {
+            m_xfceThemeIsDark.reset();
+            if (value)
+                m_xfceThemeIsDark = isDarkTheme(value->variant().toString().toStdString());
+        } else if (channel == panelChannel && property == panelProperty) {
+            m_xfcePanelIsDark.reset();
+            if (value)
+                m_xfcePanelIsDark = value->variant().toBool();
+        } else {
             return;
+        }
         changed();
     }
 
     InterfaceSettings m_interface;
+    QFileSystemWatcher m_lxqtFiles;
     std::optional<bool> m_lxqtIsDark;
     std::optional<bool> m_xfceThemeIsDark;
     std::optional<bool> m_xfcePanelIsDark;

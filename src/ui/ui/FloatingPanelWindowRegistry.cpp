@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ui/FloatingPanelWindowRegistry.h>
 
-#include <ui/CloseWatch.h>
+#include <ui/EventWatch.h>
 
 #include <utility>
 
@@ -20,7 +20,7 @@ void FloatingPanelWindowRegistry::show(AppState& hub)
 {
     if (!m_panel) {
         m_panel = m_makePanel(hub);
-        new CloseWatch(*m_panel, [this] {
+        new EventWatch(*m_panel, QEvent::Close, [this] {
             if (!m_panel)
                 return;
             m_panel->deleteLater();

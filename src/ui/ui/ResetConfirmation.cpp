@@ -19,6 +19,7 @@ namespace {
 
 constexpr auto question = "Reset dose to 0%?";
 constexpr double veilOpacity = 0.82;
+constexpr int padding = static_cast<int>(spacing::group);
 
 /// Its ground.
 class Card final : public QWidget
@@ -62,7 +63,6 @@ ResetConfirmation::ResetConfirmation(QWidget& owner, std::function<void()> reset
         buttons->addWidget(button, 1);
     }
     auto* const inner = new QVBoxLayout(m_card);
-    constexpr int padding = static_cast<int>(spacing::group);
     inner->setContentsMargins(padding, padding, padding, padding);
     inner->setSpacing(padding);
     inner->addWidget(new TextLabel(question, TextStyle::heading, TextWeight::strong, Tint::primary), 0,
@@ -70,7 +70,6 @@ ResetConfirmation::ResetConfirmation(QWidget& owner, std::function<void()> reset
     inner->addLayout(buttons);
 
     auto* const layout = new QVBoxLayout(this);
-    layout->setContentsMargins(padding, padding, padding, padding);
     layout->addStretch();
     layout->addWidget(m_card);
     layout->addStretch();
@@ -87,11 +86,21 @@ ResetConfirmation::ResetConfirmation(QWidget& owner, std::function<void()> reset
 
 void ResetConfirmation::ask()
 {
-    setGeometry(parentWidget()->rect());
     m_focusBefore = window()->focusWidget();
     show();
+    takePlace();
     raise();
     m_cancel->setFocus();
+}
+
+/// Covers the owner, with the card in the middle of what is seen of it on a low screen.
+void ResetConfirmation::takePlace()
+{
+    setGeometry(parentWidget()->rect());
+    const QRect seen = visibleRegion().boundingRect();
+    const QRect place = seen.isEmpty() ? rect() : seen;
+    layout()->setContentsMargins(padding, place.top() + padding, padding,
+                                 rect().bottom() - place.bottom() + padding);
 }
 
 void ResetConfirmation::cancel()
@@ -101,8 +110,8 @@ void ResetConfirmation::cancel()
 
 bool ResetConfirmation::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() == QEvent::Resize)
-        setGeometry(parentWidget()->rect());
+    if (event->type() == QEvent::Resize && isVisible())
+        takePlace();
     else if (event->type() == QEvent::Hide)
         hide();
     return QWidget::eventFilter(watched, event);

@@ -30,6 +30,7 @@ private:
     void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void takePlace();
     void showAppearance();
 
     std::function<void()> m_reset;

@@ -2,6 +2,7 @@
 #include <ui/VelmorApp.h>
 
 #include <ui/BringToFront.h>
+#include <ui/EventWatch.h>
 #include <ui/FloatingPanelView.h>
 #include <ui/LaterScene.h>
 #include <ui/SessionReportWindowRoot.h>
@@ -48,6 +49,9 @@ VelmorApp::VelmorApp(const Needs& needs)
     , m_schemeChanges(needs.colorSchemes.onChange([this] { followColorSchemes(); }))
 {
     followColorSchemes();
+    // Plasma changes the palette without a word of its own.
+    m_paletteWatch = std::make_unique<EventWatch>(*qApp, QEvent::ApplicationPaletteChange,
+                                                  [this] { m_trayItem.appearanceChanged(); });
     m_trayItem.onShownChange = [this] { trayChanged(); };
     m_trayPatience.setSingleShot(true);
     QObject::connect(&m_trayPatience, &QTimer::timeout, [this] { tellHowToGetTray(); });

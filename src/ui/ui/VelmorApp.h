@@ -81,6 +81,7 @@ private:
     TrayItem m_trayItem;
     QTimer m_trayPatience;
     bool m_hasOwnPalette = false;
+    std::unique_ptr<QObject> m_paletteWatch;
     Subscription m_importCompleted;
     Subscription m_outcomes;
     Subscription m_schemeChanges;

@@ -2,7 +2,7 @@
 #include <ui/VelmorAppDelegate.h>
 
 #include <ui/BringToFront.h>
-#include <ui/CloseWatch.h>
+#include <ui/EventWatch.h>
 #include <ui/IconResolver.h>
 
 #include <QApplication>
@@ -42,7 +42,7 @@ void VelmorAppDelegate::showWelcomeWindow()
         return;
     delete m_welcomeWindow;
     m_welcomeWindow = m_makeWelcome([this] { welcomeDismissed(); });
-    new CloseWatch(*m_welcomeWindow, [this] { welcomeDismissed(); });
+    new EventWatch(*m_welcomeWindow, QEvent::Close, [this] { welcomeDismissed(); });
     m_welcomeWindow->setWindowFlag(Qt::WindowStaysOnTopHint);
     m_welcomeWindow->adjustSize();
     const QRect available = m_welcomeWindow->screen()->availableGeometry();

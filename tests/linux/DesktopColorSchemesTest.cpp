@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "XfceConfiguration.h"
+
+#include <linux/DesktopColorSchemes.h>
+#include <support/PrivateAudioSession.h>
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QDBusVariant>
+#include <QElapsedTimer>
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace velmor {
+namespace {
+
+class DesktopColorSchemesTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!session.problem().empty() && !test::PrivateAudioSession::mustBeThere())
+            GTEST_SKIP() << "no session can be started here: " << session.problem();
+        ASSERT_EQ(session.problem(), "");
+        ::setenv("GSETTINGS_BACKEND", "keyfile", 1);
+    }
+    void TearDown() override
+    {
+        schemes.reset();
+        ::unsetenv("XDG_CURRENT_DESKTOP");
+    }
+
+    void follow(const char* desktop)
+    {
+        ::setenv("XDG_CURRENT_DESKTOP", desktop, 1);
+        schemes = std::make_unique<DesktopColorSchemes>(session / "config");
+        m_changes = schemes->onChange([this] { ++changes; });
+    }
+
+    /// Until both are so, or ten seconds have passed.
+    bool become(std::optional<bool> windows, std::optional<bool> panels)
+    {
+        const auto areSo = [&] {
+            return schemes->areWindowsDark() == windows && schemes->arePanelsDark() == panels;
+        };
+        QElapsedTimer timer;
+        timer.start();
+        while (!areSo() && timer.elapsed() < 10000)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        return areSo();
+    }
+
+    /// As LXQt's settings do: a new file takes the place of the old one.
+    void chooseLxqtTheme(const std::string& theme) const
+    {
+        const auto folder = session / "config/lxqt";
+        std::filesystem::create_directories(folder);
+        test::writeFile(folder / "new", "[General]\ntheme=" + theme + "\n");
+        std::filesystem::rename(folder / "new", folder / "lxqt.conf");
+    }
+
+    static int choose(const char* key, const char* value)
+    {
+        return test::run({"gsettings", "set", "org.gnome.desktop.interface", key, value}).status;
+    }
+
+    test::PrivateAudioSession session;
+    std::unique_ptr<DesktopColorSchemes> schemes;
+    int changes = 0;
+
+private:
+    int m_argumentCount = 1;
+    char m_name[5] = "test";
+    char* m_arguments[2] = {m_name, nullptr};
+    QCoreApplication m_application{m_argumentCount, m_arguments};
+    Subscription m_changes;
+};
+
+TEST_F(DesktopColorSchemesTest, LxqtsThemeIsFollowed)
+{
+    chooseLxqtTheme("Valendas");
+    follow("LXQt");
+    EXPECT_TRUE(become(false, false));
+    chooseLxqtTheme("Kde-Dark");
+    EXPECT_TRUE(become(true, true));
+    EXPECT_EQ(changes, 1);
+    chooseLxqtTheme("Valendas");
+    EXPECT_TRUE(become(false, false));
+    test::writeFile(session / "config/lxqt/lxqt.conf", "[General]\ntheme=dark\n");
+    EXPECT_TRUE(become(true, true));
+}
+
+TEST_F(DesktopColorSchemesTest, XfcesThemeAndPanelAreFollowed)
+{
+    test::XfceConfiguration looks({{"xsettings/Net/ThemeName", "Greybird-Dark"}});
+    follow("XFCE");
+    EXPECT_TRUE(become(true, true));
+    emit looks.PropertyChanged("xsettings", "/Net/ThemeName", QDBusVariant("Greybird"));
+    EXPECT_TRUE(become(false, false));
+    emit looks.PropertyChanged("xfce4-panel", "/panels/dark-mode", QDBusVariant(true));
+    EXPECT_TRUE(become(false, true));
+    emit looks.PropertyRemoved("xfce4-panel", "/panels/dark-mode");
+    EXPECT_TRUE(become(false, false));
+    emit looks.PropertyRemoved("xsettings", "/Net/ThemeName");
+    EXPECT_TRUE(become(std::nullopt, std::nullopt));
+}
+
+TEST_F(DesktopColorSchemesTest, GnomesSettingIsFollowedUnderAPanelThatIsAlwaysDark)
+{
+    follow("ubuntu:GNOME");
+    ASSERT_EQ(choose("color-scheme", "prefer-light"), 0);
+    EXPECT_TRUE(become(false, true));
+    ASSERT_EQ(choose("color-scheme", "prefer-dark"), 0);
+    EXPECT_TRUE(become(true, true));
+    ASSERT_EQ(choose("color-scheme", "default"), 0);
+    EXPECT_TRUE(become(std::nullopt, true));
+    ASSERT_EQ(choose("gtk-theme", "Adwaita-dark"), 0);
+    EXPECT_TRUE(become(true, true));
+}
+
+TEST_F(DesktopColorSchemesTest, PlasmasPaletteSaysItAll)
+{
+    ASSERT_EQ(choose("color-scheme", "prefer-dark"), 0);
+    follow("KDE");
+    EXPECT_TRUE(become(std::nullopt, std::nullopt));
+}
+
+} // namespace
+} // namespace velmor
