@@ -9,6 +9,7 @@
 #include <support/SampleSessions.h>
 #include <support/SessionWorld.h>
 #include <support/TemporaryFolder.h>
+#include <support/YearOfSessions.h>
 
 #include <QByteArray>
 #include <QJsonArray>
@@ -31,25 +32,8 @@
 namespace velmor {
 namespace {
 
-constexpr int sessionCount = 1825;
-constexpr int readingCount = 176'760;
-
-const std::vector<Session>& year()
-{
-    static const std::vector<Session> sessions = [] {
-        std::vector<Session> result;
-        int readings = 0;
-        for (int i = 0; i < sessionCount; ++i) {
-            const int upTo = static_cast<int>(readingCount * (std::int64_t(i) + 1) / sessionCount);
-            result.push_back(
-                test::sampleSession(test::moment("2026-12-31T20:00:00Z") - std::chrono::minutes(288 * i),
-                                    upTo - readings, static_cast<unsigned>(i)));
-            readings = upTo;
-        }
-        return result;
-    }();
-    return sessions;
-}
+using test::year;
+using test::yearSessionCount;
 
 const std::string& yearText()
 {
@@ -73,7 +57,7 @@ void read(benchmark::State& state)
         text = yearText();
         state.ResumeTiming();
         auto sessions = decodedHistory(std::move(text));
-        if (sessions.size() != sessionCount)
+        if (sessions.size() != yearSessionCount)
             state.SkipWithError("sessions are missing");
         state.PauseTiming();
         sessions.clear();

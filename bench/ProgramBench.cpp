@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The desktop program over a minute, idle and in a session with a stereo source at 48 kHz: its share of a
 // core, its memory and how much that grows. On a private session, with a microphone that plays a tone.
+#include "ProcessFigures.h"
+
 #include <support/PrivateAudioSession.h>
 #include <support/RunProgram.h>
 #include <support/Sound.h>
@@ -10,47 +12,20 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
-
-#include <unistd.h>
 
 namespace velmor {
 namespace {
 
+using bench::memory;
+using bench::processorSeconds;
 using test::Companion;
 using test::PrivateAudioSession;
 
 constexpr int settlingSeconds = 5;
 constexpr int measuredSeconds = 60;
-
-/// User and system time of all threads.
-double processorSeconds(pid_t process)
-{
-    const std::string stat = test::contentOf("/proc/" + std::to_string(process) + "/stat");
-    std::istringstream fields(stat.substr(stat.rfind(')') + 2));
-    std::string skipped;
-    for (int i = 3; i < 14; ++i)
-        fields >> skipped;
-    double user = 0;
-    double system = 0;
-    fields >> user >> system;
-    return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
-}
-
-/// A line of the process's status, in MiB.
-double memory(pid_t process, const std::string& name)
-{
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with(name + ":"))
-            return std::stod(line.substr(name.size() + 1)) / 1024;
-    }
-    return 0;
-}
 
 enum class Work { idle, session };
 
