@@ -38,7 +38,7 @@ LaterScene::LaterScene(const Scene& scene)
     text->setAlignment(Qt::AlignCenter);
     text->setWordWrap(true);
     constexpr int textWidth = 360;
-    text->setFixedWidth(textWidth);
+    text->setFixedSize(textWidth, text->heightForWidth(textWidth));
     auto* const layout = new QVBoxLayout(this);
     constexpr int margin = static_cast<int>(spacing::section);
     layout->setContentsMargins(margin, margin, margin, margin);
