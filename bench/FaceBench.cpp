@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The desktop program with its windows, under a screen in memory, beside a tray host that does nothing: from the
-// start to the item, from the click to the digest, and its share of a core over a minute of a session.
+// The desktop program with its windows, under a screen in memory, beside a tray host that does nothing: from
+// the start to the item, from the click to the digest, and its share of a core over a minute of a session.
 #include "ProcessFigures.h"
 
 #include <sessions/SessionFormat.h>
@@ -202,9 +202,9 @@ void minuteOfASession(benchmark::State& state, Digest digest)
         state.counters["growth_MiB"] = bench::memory(program.process(), "VmRSS") - memoryBefore;
     }
 }
-/// In this process, an hour of a session on the hub's own clock with the digest open: a level each tenth of a second,
-/// a picture each second, each minute closed and opened anew, each ten minutes with a report. The half hour before
-/// fills what remembers the last half hour.
+/// In this process, an hour of a session on the hub's own clock with the digest open: a level each tenth of a
+/// second, a picture each second, each minute closed and opened anew, each ten minutes with a report. The
+/// half hour before fills what remembers the last half hour.
 void hourWithTheDigest(benchmark::State& state)
 {
     struct NoShareServices final : ShareServices

@@ -38,6 +38,8 @@
 #include <CLI/CLI.hpp>
 #include <QApplication>
 #include <QCoreApplication>
+#include <QLatin1String>
+#include <QSessionManager>
 
 #include <cerrno>
 #include <csignal>
@@ -48,6 +50,7 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -132,11 +135,14 @@ bool isSet(const char* name)
     return value && *value;
 }
 
-/// Whether there is a screen to show something on.
+/// Whether there should be a screen to show something on.
 bool hasDisplay()
 {
     return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
 }
+
+/// What is chosen where the screen that should be there can't be reached.
+constexpr auto platformWithoutScreen = "offscreen";
 
 /// Wayland lets no program place its windows. Through the X server that most of its desktops bring along, the
 /// popover opens at the item.
@@ -144,14 +150,23 @@ bool hasDisplay()
 std::unique_ptr<QApplication> makeApplication(int& argumentCount, char** arguments)
 {
     constexpr auto choice = "QT_QPA_PLATFORM";
-    const bool isOurs = isSet("DISPLAY") && isSet("WAYLAND_DISPLAY") && !isSet(choice);
-    if (isOurs)
-        ::setenv(choice, "xcb;wayland", /*overwrite=*/1);
+    const bool isOurs = !isSet(choice);
+    if (isOurs) {
+        const std::string platforms =
+            std::string(isSet("DISPLAY") ? "xcb;" : "") + (isSet("WAYLAND_DISPLAY") ? "wayland;" : "");
+        ::setenv(choice, (platforms + platformWithoutScreen).c_str(), /*overwrite=*/1);
+    }
     auto application = std::make_unique<QApplication>(argumentCount, arguments);
     if (isOurs)
         ::unsetenv(choice);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setDesktopFileName(QString::fromLatin1(ApplicationName::busName));
+    // The login item starts it with the next session, where the user wants that.
+    const auto neverRestart = [](QSessionManager& manager) {
+        manager.setRestartHint(QSessionManager::RestartNever);
+    };
+    QObject::connect(application.get(), &QGuiApplication::saveStateRequest, neverRestart);
+    QObject::connect(application.get(), &QGuiApplication::commitDataRequest, neverRestart);
     return application;
 }
 
@@ -161,7 +176,12 @@ int runDesktop(bool hasWindows)
 {
     QtMainLoop loop;
 
-    const EndOnSignals endOnSignals(loop, [] { QCoreApplication::exit(); });
+    bool isEnding = false;
+    const EndOnSignals endOnSignals(loop, [&] {
+        // Once: what follows the first may wait in a loop of its own.
+        if (!std::exchange(isEnding, true))
+            QCoreApplication::exit();
+    });
 
     // The session bus ends with the desktop's session. Calls are answered once the loop runs.
     std::function<void(const std::string&)> performAction;
@@ -259,7 +279,12 @@ int run(int argumentCount, char** arguments)
     const bool isClient = !wanted.urls.empty() || !wanted.action.empty();
     if (!isClient && hasDisplay()) {
         const auto application = makeApplication(argumentCount, arguments);
-        return runDesktop(true);
+        const bool isChosen = isSet("QT_QPA_PLATFORM");
+        const bool hasScreen =
+            isChosen || QGuiApplication::platformName() != QLatin1String(platformWithoutScreen);
+        if (!hasScreen)
+            printLine("the screen cannot be reached");
+        return runDesktop(hasScreen);
     }
     const QCoreApplication application(argumentCount, arguments);
     if (!isClient)

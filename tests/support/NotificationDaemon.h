@@ -51,6 +51,9 @@ public:
     /// Why it could not be started; empty if it was.
     const std::string& problem() const { return m_problem; }
 
+    /// Takes the daemon and all else that is on the screen with it.
+    void endScreen() { m_screen.end(); }
+
     void start()
     {
         m_daemon = std::make_unique<Companion>(

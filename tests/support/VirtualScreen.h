@@ -30,6 +30,8 @@ public:
     /// Why it could not be started; empty if it was.
     const std::string& problem() const { return m_problem; }
 
+    void end() { m_server.reset(); }
+
 private:
     /// What the server has found; empty before. Numbers that are taken cost a line of complaint each, the
     /// last line is the one.

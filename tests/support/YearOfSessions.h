@@ -20,9 +20,8 @@ inline const std::vector<Session>& year()
         int readings = 0;
         for (int i = 0; i < yearSessionCount; ++i) {
             const int upTo = static_cast<int>(yearReadingCount * (std::int64_t(i) + 1) / yearSessionCount);
-            result.push_back(
-                sampleSession(moment("2026-12-31T20:00:00Z") - std::chrono::minutes(288 * i),
-                                    upTo - readings, static_cast<unsigned>(i)));
+            result.push_back(sampleSession(moment("2026-12-31T20:00:00Z") - std::chrono::minutes(288 * i),
+                                           upTo - readings, static_cast<unsigned>(i)));
             readings = upTo;
         }
         return result;

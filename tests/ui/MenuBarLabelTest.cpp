@@ -83,7 +83,7 @@ TEST(MenuBarLabel, WidthsAreFixedForEachForm)
     }
 }
 
-TEST(MenuBarLabel, IconAndNumberStandAsTheyShould)
+TEST(MenuBarLabel, IconAndNumberAt78Point4StandAsTheyShould)
 {
     const MenuBarLabel label = running(Mode::iconAndDBA, 78.4);
     EXPECT_EQ(label.formattedReading(), "78");
@@ -122,6 +122,20 @@ TEST(MenuBarLabel, AStoppedMeasurementShowsADashAndAWholeGlyph)
     EXPECT_EQ(label.glyphColor(), Tint::primary);
 }
 
+TEST(MenuBarLabel, AStoppedMeasurementWithTheClassicIconShowsADashBesideTheEar)
+{
+    const MenuBarLabel label = {
+        .mode = Mode::iconAndDBA, .doseLevel = DoseLevel::caution, .useClassicEarIcon = true};
+    EXPECT_EQ(label.formattedReading(), "—");
+    EXPECT_EQ(label.numberColor(), Tint::primary);
+    constexpr int scale = 2;
+    const QImage image = label.image(scale, Appearance::dark);
+    expectClose(inkIn(image, QRect(0, 0, 28 * scale, 28 * scale)),
+                shadesOf(Appearance::dark).ink(Tint::yellow));
+    expectClose(inkIn(image, QRect(30 * scale, 0, 24 * scale, 28 * scale)),
+                shadesOf(Appearance::dark).ink(Tint::primary));
+}
+
 TEST(MenuBarLabel, TheEarShowsTheDoseAlone)
 {
     for (const auto& [level, tint] :
@@ -145,7 +159,7 @@ TEST(MenuBarLabel, TheEarShowsTheDoseAlone)
     EXPECT_STREQ(doseSign(DoseLevel::danger).symbol, "exclamationmark.triangle.fill");
 }
 
-TEST(MenuBarLabel, APauseIsACompleteButFaintGlyph)
+TEST(MenuBarLabel, APauseIsACompleteButFaintGlyphAlsoWhileStopped)
 {
     MenuBarLabel label = {.mode = Mode::iconAndDBA, .isPaused = true};
     EXPECT_EQ(label.formattedReading(), "—");

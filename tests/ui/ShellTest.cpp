@@ -7,13 +7,16 @@
 #include <ui/SessionReportWindowRoot.h>
 #include <ui/VelmorApp.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QLabel>
+#include <QPlainTextEdit>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace velmor {
@@ -223,10 +226,34 @@ TEST_F(ShellTest, TheOutcomeOfACheckIsShownAsPlainText)
             EXPECT_EQ(label->textFormat(), Qt::PlainText);
         }
     }
+    auto* const notes = found[0]->findChild<QPlainTextEdit*>();
+    ASSERT_TRUE(notes);
+    EXPECT_EQ(notes->toPlainText(), QStringLiteral("<b>Calmer</b>"));
     // The next one takes its place.
     updater.outcome(UpdateCheckFailure{"The update server did not answer in time."});
     found = windows("Velmor Updates");
     EXPECT_EQ(found.size(), 1U);
+    EXPECT_TRUE(posed.host.workspace.opened.empty());
+}
+
+TEST_F(ShellTest, OnlyTheUserOpensTheDownloadPage)
+{
+    const auto press = [](const char* label) {
+        for (QAbstractButton* const button :
+             windows("Velmor Updates").at(0)->findChildren<QAbstractButton*>()) {
+            if (button->text() == QString::fromLatin1(label))
+                button->click();
+        }
+    };
+    const AvailableUpdate update{"2.0", "Calmer", "https://velmor.example/new"};
+    updater.outcome(update);
+    press("Later");
+    EXPECT_TRUE(windows("Velmor Updates").empty());
+    EXPECT_TRUE(posed.host.workspace.opened.empty());
+    updater.outcome(update);
+    press("Open Download Page");
+    EXPECT_TRUE(windows("Velmor Updates").empty());
+    EXPECT_EQ(posed.host.workspace.opened, std::vector<std::string>{"https://velmor.example/new"});
 }
 
 } // namespace

@@ -83,7 +83,15 @@ TEST_F(VelmorAppDelegateTest, EndingTheProgramDismissesNothing)
 TEST_F(VelmorAppDelegateTest, AVisibleWindowComesToTheFrontAndNoSecondOne)
 {
     delegate->applicationDidFinishLaunching();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(windows[0]));
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    windows[0]->showMinimized();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
     delegate->showWelcomeWindow();
+    EXPECT_FALSE(windows[0]->isMinimized());
+    EXPECT_TRUE(QTest::qWaitForWindowActive(windows[0]));
     notifications.postShowImporter();
     EXPECT_EQ(windows.size(), 1U);
 }
@@ -100,6 +108,13 @@ TEST_F(VelmorAppDelegateTest, TheImporterOpensItWhetherOrNotTheFlagIsSet)
     notifications.postShowImporter();
     EXPECT_EQ(windows.size(), 2U);
     EXPECT_TRUE(windows[1]->isVisible());
+    // Without the flag, where the window has been put away.
+    defaults.set(VelmorAppDelegate::welcomeShownKey, false);
+    windows[1]->hide();
+    notifications.postShowImporter();
+    ASSERT_EQ(windows.size(), 3U);
+    EXPECT_TRUE(windows[2]->isVisible());
+    EXPECT_FALSE(isWelcomeShown());
 }
 
 TEST_F(VelmorAppDelegateTest, TheProgramsIconIsThatOfItsWindows)

@@ -46,6 +46,18 @@ TEST_F(VelmorProgramTest, OneThatHasNoScreenSaysSoWhenSomebodyWantsToSeeIt)
     EXPECT_THAT(daemon->received().back().body, HasSubstr("End process " + process + " and start it again."));
 }
 
+TEST_F(VelmorProgramTest, OneWhoseScreenCannotBeReachedRunsWithoutWindows)
+{
+    ::setenv("DISPLAY", ":9999", 1);
+    startProgram();
+    EXPECT_TRUE(session.waitUntil([&] {
+        return printed().find("the screen cannot be reached\n") != std::string::npos;
+    })) << printed();
+    startWorkstation();
+    EXPECT_EQ(program->endBy(SIGTERM), 0);
+    EXPECT_EQ(history().size(), 1U);
+}
+
 TEST_F(VelmorProgramTest, ASecondStartBesideOneThatHangsSaysSo)
 {
     startProgram();
@@ -140,6 +152,18 @@ TEST_F(VelmorProgramTest, TheEndOfTheDesktopsSessionKeepsTheRunningSession)
     EXPECT_EQ(program->waitForEnd(), 0) << printed();
     ASSERT_EQ(history().size(), 1U);
     EXPECT_TRUE(history()[0].endDate);
+}
+
+TEST_F(VelmorProgramTest, ASessionThatEndsWithTheScreenIsInTheHistoryAfterTheNextStart)
+{
+    startProgram();
+    startWorkstation();
+    daemon->endScreen();
+    // X's library ends a program that has lost its server.
+    EXPECT_EQ(program->waitForEnd(), 1) << printed();
+    workstation.reset();
+    startProgram();
+    EXPECT_TRUE(waitForHistory(1)) << printed();
 }
 
 TEST_F(VelmorProgramTest, SeveralSignalsAtOnceEndItOnce)

@@ -54,12 +54,15 @@ bool AutostartLoginItem::registerItem()
                                          "Type=Application\n"
                                          "Name=Velmor\n"
                                          "Exec={}\n"
+                                         "TryExec={}\n"
                                          "Icon=dev.brightfen.velmor\n"
                                          "X-GNOME-Autostart-enabled=true\n",
-                                         quotedForExec(m_program.native()));
+                                         quotedForExec(m_program.native()), m_program.native());
     // One that starts the program already may have been given more by its user.
-    if (isEnabled() &&
-        KeyFile::read(m_file)->text(group, "Exec") == KeyFile::fromText(text)->text(group, "Exec"))
+    const auto stays = [wanted = KeyFile::fromText(text), present = KeyFile::read(m_file)](const char* key) {
+        return present->text(group, key) == wanted->text(group, key);
+    };
+    if (isEnabled() && stays("Exec") && stays("TryExec"))
         return true;
     if (createFolder(m_file.parent_path()))
         return false;

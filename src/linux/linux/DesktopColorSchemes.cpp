@@ -9,12 +9,14 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QFileSystemWatcher>
 #include <QLatin1String>
 #include <QMetaType>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <boost/signals2/signal.hpp>
 
@@ -53,7 +55,7 @@ public:
         : m_interface([this] { changed(); })
     {
         if (isCurrentDesktop("LXQt"))
-            followLxqt(configuration / "lxqt");
+            followLxqt(configuration);
         if (!isCurrentDesktop("XFCE"))
             return;
         QDBusConnection bus = QDBusConnection::sessionBus();
@@ -63,8 +65,12 @@ public:
                     SLOT(xfceChanged(QString, QString, QDBusVariant)));
         bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyRemoved"), this,
                     SLOT(xfceRemoved(QString, QString)));
-        ask(themeChannel, themeProperty);
-        ask(panelChannel, panelProperty);
+        connect(&m_xfconfWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+                [this](const QString&, const QString&, const QString& owner) {
+                    if (!owner.isEmpty())
+                        askXfce();
+                });
+        askXfce();
     }
 
     std::optional<bool> areWindowsDark() const
@@ -100,15 +106,17 @@ private slots:
     }
 
 private:
-    void followLxqt(const std::filesystem::path& folder)
+    void followLxqt(const std::filesystem::path& configuration)
     {
+        const std::filesystem::path folder = configuration / "lxqt";
+        // Its file is replaced by a new one, by some writers written in place; at first there is none.
+        QStringList paths;
+        for (const auto& path : {configuration, folder, folder / lxqtFile.latin1()})
+            paths.append(QString::fromStdString(path.native()));
         readLxqt(folder);
-        // Its file is replaced by a new one, by some writers written in place.
-        const QString watchedFolder = QString::fromStdString(folder.native());
-        const QString watchedFile = watchedFolder + QLatin1Char('/') + lxqtFile;
-        m_lxqtFiles.addPaths({watchedFolder, watchedFile});
-        const auto followFile = [this, folder, watchedFile] {
-            m_lxqtFiles.addPath(watchedFile);
+        m_lxqtFiles.addPaths(paths);
+        const auto followFile = [this, folder, paths] {
+            m_lxqtFiles.addPaths(paths);
             const std::optional<bool> before = m_lxqtIsDark;
             readLxqt(folder);
             if (m_lxqtIsDark != before)
@@ -123,6 +131,12 @@ private:
         const auto file = KeyFile::read(folder / lxqtFile.latin1());
         const auto theme = file ? file->text("General", "theme") : std::nullopt;
         m_lxqtIsDark = theme ? std::optional(isDarkTheme(*theme)) : std::nullopt;
+    }
+
+    void askXfce()
+    {
+        ask(themeChannel, themeProperty);
+        ask(panelChannel, panelProperty);
     }
 
     /// Nobody is started for a question.
@@ -160,6 +174,8 @@ private:
 
     InterfaceSettings m_interface;
     QFileSystemWatcher m_lxqtFiles;
+    QDBusServiceWatcher m_xfconfWatcher{xfconf, QDBusConnection::sessionBus(),
+                                        QDBusServiceWatcher::WatchForOwnerChange};
     std::optional<bool> m_lxqtIsDark;
     std::optional<bool> m_xfceThemeIsDark;
     std::optional<bool> m_xfcePanelIsDark;

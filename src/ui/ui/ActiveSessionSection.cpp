@@ -25,11 +25,13 @@ QIcon programIcon(const ApplicationIcon& icon)
 
 } // namespace
 
-ActiveSessionSection::ActiveSessionSection(QWidget* parent)
+ActiveSessionSection::ActiveSessionSection(Gates& gates, QWidget* parent)
     : QWidget(parent)
+    , m_gates(gates)
     , m_duration(new TextLabel(TextStyle::heading, TextWeight::strong, Tint::primary, Qt::AlignRight))
     , m_dawIcon(new SymbolView)
     , m_name(new TextLabel(TextStyle::label, TextWeight::regular, Tint::secondary))
+    , m_counts(new QWidget)
     , m_count135(new CountLabel("bolt.fill", Tint::orange, "Peaks at or above 135 dBC"))
     , m_count140(new CountLabel("bolt", Tint::red, "Peaks at or above 140 dBC"))
     , m_count115(new CountLabel("exclamationmark.triangle.fill", Tint::orange, "Peaks at or above 115 dBA"))
@@ -46,8 +48,6 @@ ActiveSessionSection::ActiveSessionSection(QWidget* parent)
     program->setSpacing(static_cast<int>(spacing::hair) + 2);
     program->addWidget(m_dawIcon);
     program->addWidget(m_name, 1);
-    for (CountLabel* const count : {m_count135, m_count140, m_count115})
-        program->addWidget(count);
 
     auto* const figures = new QGridLayout;
     figures->setHorizontalSpacing(static_cast<int>(spacing::tight));
@@ -59,12 +59,20 @@ ActiveSessionSection::ActiveSessionSection(QWidget* parent)
     figures->setColumnStretch(0, 1);
     figures->setColumnStretch(1, 1);
 
+    auto* const counts = new QHBoxLayout(m_counts);
+    counts->setContentsMargins(0, 0, 0, 0);
+    counts->setSpacing(static_cast<int>(spacing::hair) + 2);
+    for (CountLabel* const count : {m_count135, m_count140, m_count115})
+        counts->addWidget(count);
+    counts->addStretch(1);
+
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(static_cast<int>(spacing::hair));
     layout->addWidget(title);
     layout->addLayout(program);
     layout->addLayout(figures);
+    layout->addWidget(m_counts);
 }
 
 void ActiveSessionSection::refresh(AppState& hub)
@@ -83,6 +91,8 @@ void ActiveSessionSection::refresh(AppState& hub)
     m_count135->show(session->peakCount135);
     m_count140->show(session->peakCount140);
     m_count115->show(session->peakDBACount115);
+    m_gates.set(*m_counts,
+                session->peakCount135 > 0 || session->peakCount140 > 0 || session->peakDBACount115 > 0);
 }
 
 void ActiveSessionSection::showProgram(AppState& hub, const std::string& name)

@@ -3,6 +3,7 @@
 
 #include <app/AppState.h>
 #include <ui/CountLabel.h>
+#include <ui/Gates.h>
 #include <ui/SymbolView.h>
 #include <ui/TextLabel.h>
 
@@ -17,7 +18,8 @@ namespace velmor {
 class ActiveSessionSection final : public QWidget
 {
 public:
-    explicit ActiveSessionSection(QWidget* parent = nullptr);
+    /// \param gates decide when the line of counts comes and goes.
+    explicit ActiveSessionSection(Gates& gates, QWidget* parent = nullptr);
 
     /// Without a running session it stays as it is.
     void refresh(AppState& hub);
@@ -25,9 +27,11 @@ public:
 private:
     void showProgram(AppState& hub, const std::string& name);
 
+    Gates& m_gates;
     TextLabel* m_duration;
     SymbolView* m_dawIcon;
     TextLabel* m_name;
+    QWidget* m_counts;
     CountLabel* m_count135;
     CountLabel* m_count140;
     CountLabel* m_count115;

@@ -60,8 +60,12 @@ QSize CommandButton::sizeHint() const
 
 void CommandButton::focusInEvent(QFocusEvent* event)
 {
-    m_isFocusShown = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason ||
-                     event->reason() == Qt::ShortcutFocusReason;
+    const Qt::FocusReason reason = event->reason();
+    if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason)
+        m_isFocusShown = true;
+    // After a menu, a question or another window it is as it was before.
+    else if (reason == Qt::MouseFocusReason)
+        m_isFocusShown = false;
     QAbstractButton::focusInEvent(event);
 }
 

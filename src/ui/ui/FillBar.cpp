@@ -31,10 +31,7 @@ void FillBar::show(double fill, Tint tint)
     m_fill = fill;
     m_tint = tint;
     update();
-    if (m_animation.state() == QAbstractAnimation::Running) {
-        m_animation.setEndValue(fill);
-        return;
-    }
+    m_animation.stop();
     // A step that is no pixel wide has nothing to animate, nor has a bar that nobody sees.
     if (!isVisible() || std::abs(fill - m_shownFill) * width() < 1) {
         m_shownFill = fill;

@@ -24,7 +24,7 @@ FloatingPanelView::FloatingPanelView(AppState& appState)
     , m_level(new LevelSection(appState))
     , m_discipline(new DisciplineSection)
     , m_statistics(new StatisticsSection)
-    , m_activeSession(new ActiveSessionSection)
+    , m_activeSession(new ActiveSessionSection(m_gates))
     , m_today(new TodaySection(m_gates))
     , m_refreshes(leastRefreshMilliseconds, [this] { refresh(); })
     , m_changes(appState.onChange([this] {

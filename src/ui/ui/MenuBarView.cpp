@@ -32,7 +32,7 @@ MenuBarView::MenuBarView(AppState& appState, CheckForUpdatesViewModel& checkForU
     , m_level(new LevelSection(appState))
     , m_discipline(new DisciplineSection)
     , m_statistics(new StatisticsSection)
-    , m_activeSession(new ActiveSessionSection)
+    , m_activeSession(new ActiveSessionSection(m_gates))
     , m_today(new TodaySection(m_gates))
     , m_commands(new CommandsSection(appState, checkForUpdates, panelRegistry, m_scenes, m_gates,
                                      {.askToReset = [this] { m_resetConfirmation->ask(); },

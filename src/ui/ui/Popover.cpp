@@ -109,6 +109,8 @@ void Popover::open(const QPoint& place)
     m_place = place;
     if (QWidget* const focused = focusWidget())
         focused->clearFocus();
+    // What has changed meanwhile stands there at once.
+    m_view->refresh();
     takeSize();
     show();
     if (windowType() == Qt::Tool)
@@ -149,6 +151,13 @@ void Popover::followPointer()
     m_view->hold(isVisible() && geometry().contains(QCursor::pos()));
 }
 
+/// An X server that is a guest of Wayland doesn't know where the pointer is once it has left.
+void Popover::pointerLeft()
+{
+    const QWidget* const menu = QApplication::activePopupWidget();
+    m_view->hold(menu && menu != this);
+}
+
 /// Where the system closes no popups, losing the focus does.
 void Popover::closeUnfocused()
 {
@@ -158,8 +167,10 @@ void Popover::closeUnfocused()
 
 bool Popover::event(QEvent* event)
 {
-    if (event->type() == QEvent::Enter || event->type() == QEvent::Leave)
+    if (event->type() == QEvent::Enter)
         followPointer();
+    else if (event->type() == QEvent::Leave)
+        pointerLeft();
     else if (event->type() == QEvent::WindowDeactivate)
         closeUnfocused();
     return QWidget::event(event);

@@ -42,6 +42,7 @@ private:
     void open(const QPoint& place);
     void takeSize();
     void followPointer();
+    void pointerLeft();
     void closeUnfocused();
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;

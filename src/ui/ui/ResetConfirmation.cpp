@@ -4,6 +4,7 @@
 #include <ui/Style.h>
 #include <ui/TextLabel.h>
 
+#include <QAccessible>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -60,6 +61,7 @@ ResetConfirmation::ResetConfirmation(QWidget& owner, std::function<void()> reset
     for (QPushButton* const button : {m_cancel, m_confirm}) {
         button->setFont(fontOf(TextStyle::label, TextWeight::strong));
         button->setAutoDefault(true);
+        button->setAccessibleDescription(QString::fromLatin1(question));
         buttons->addWidget(button, 1);
     }
     auto* const inner = new QVBoxLayout(m_card);
@@ -90,6 +92,8 @@ void ResetConfirmation::ask()
     show();
     takePlace();
     raise();
+    QAccessibleEvent alert(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
     m_cancel->setFocus();
 }
 

@@ -60,14 +60,15 @@ TodaySection::TodaySection(Gates& gates, QWidget* parent)
     m_conservativeRow = row({new SymbolView("shield.checkered", Tint::secondary),
                              new TextLabel("Conservative dose mode active", TextStyle::label,
                                            TextWeight::regular, Tint::secondary)});
-    auto* const title = new SectionTitle("Today");
-    title->addToEnd(m_duration);
+    auto* const sessions = new QHBoxLayout;
+    sessions->addWidget(row({new SymbolView("calendar", Tint::secondary), m_sessions}), 1);
+    sessions->addWidget(m_duration);
 
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(static_cast<int>(spacing::hair));
-    layout->addWidget(title);
-    layout->addWidget(row({new SymbolView("calendar", Tint::secondary), m_sessions}));
+    layout->addWidget(new SectionTitle("Today"));
+    layout->addLayout(sessions);
     for (QWidget* const part : {m_disciplineRow, m_peakRow, m_count115Row, m_conservativeRow})
         layout->addWidget(part);
     m_duration->keepRoomFor("100h 59m");

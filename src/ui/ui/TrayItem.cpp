@@ -196,9 +196,12 @@ void TrayItem::showLabel(const MenuBarLabel& label)
 
 void TrayItem::showToolTip(const TrayToolTip& toolTip)
 {
-    if (toolTip == m_face.toolTip || m_toolTipRest.isActive() || m_callbacks.isDigestOpen())
+    if (toolTip == m_face.toolTip || m_toolTipRest.isActive())
         return;
     m_toolTipRest.start(leastToolTipMilliseconds);
+    // Some panels would open it over the digest. It comes when that has closed.
+    if (m_callbacks.isDigestOpen())
+        return;
     m_face.toolTip = toolTip;
     if (m_systemTrayIcon)
         m_systemTrayIcon->setToolTip(qt(toolTip.title + "\n" + toolTip.text));

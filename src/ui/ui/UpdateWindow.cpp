@@ -94,7 +94,9 @@ UpdateWindow::UpdateWindow(const UpdateOutcome& outcome, std::function<void(cons
         open->setAutoDefault(true);
         open->setFocus();
     } else {
-        buttons->addButton(QDialogButtonBox::Ok);
+        QPushButton* const ok = buttons->addButton(QDialogButtonBox::Ok);
+        ok->setAutoDefault(true);
+        ok->setFocus();
         connect(buttons, &QDialogButtonBox::accepted, this, &QWidget::close);
     }
     connect(buttons, &QDialogButtonBox::rejected, this, &QWidget::close);
