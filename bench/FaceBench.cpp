@@ -3,6 +3,8 @@
 // the start to the item, from the click to the digest, and its share of a core over a minute of a session.
 #include "ProcessFigures.h"
 
+#include <linux/PollMainLoop.h>
+#include <linux/SqliteDefaultsStore.h>
 #include <sessions/SessionFormat.h>
 #include <support/PopoverStates.h>
 #include <support/PrivateAudioSession.h>
@@ -24,11 +26,11 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
-#include <QImage>
 
 #include <benchmark/benchmark.h>
 
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -103,12 +105,17 @@ private:
     QString m_item;
 };
 
-/// The year's sessions and the settings of somebody who has the number in the tray.
+/// The year's sessions, and the settings of somebody who keeps them all with their readings.
 void prepareUser(const PrivateAudioSession& session)
 {
     const auto folder = session / "data/Velmor";
     std::filesystem::create_directories(folder);
     std::ofstream(folder / "sessions.json") << encodedHistory(test::year()).value();
+    std::filesystem::create_directories(session / "config/Velmor");
+    PollMainLoop loop;
+    SqliteDefaultsStore defaults(loop, session / "config/Velmor/defaults.sqlite");
+    for (const char* const days : {"sessionDetailedRetentionDays", "sessionTotalRetentionDays"})
+        defaults.set(days, std::int64_t(3650));
 }
 
 void startToTray(benchmark::State& state)

@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "DesktopSettingsFixture.h"
 #include "XfceConfiguration.h"
 
 #include <linux/DesktopColorSchemes.h>
-#include <support/PrivateAudioSession.h>
 
-#include <gtest/gtest.h>
-
-#include <QCoreApplication>
 #include <QDBusVariant>
-#include <QElapsedTimer>
 
 #include <cstdlib>
 #include <filesystem>
@@ -19,21 +15,10 @@
 namespace velmor {
 namespace {
 
-class DesktopColorSchemesTest : public testing::Test
+class DesktopColorSchemesTest : public test::DesktopSettingsFixture
 {
 protected:
-    void SetUp() override
-    {
-        if (!session.problem().empty() && !test::PrivateAudioSession::mustBeThere())
-            GTEST_SKIP() << "no session can be started here: " << session.problem();
-        ASSERT_EQ(session.problem(), "");
-        ::setenv("GSETTINGS_BACKEND", "keyfile", 1);
-    }
-    void TearDown() override
-    {
-        schemes.reset();
-        ::unsetenv("XDG_CURRENT_DESKTOP");
-    }
+    void TearDown() override { schemes.reset(); }
 
     void follow(const char* desktop)
     {
@@ -48,10 +33,7 @@ protected:
         const auto areSo = [&] {
             return schemes->areWindowsDark() == windows && schemes->arePanelsDark() == panels;
         };
-        QElapsedTimer timer;
-        timer.start();
-        while (!areSo() && timer.elapsed() < 10000)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        runUntil(areSo, 10000);
         return areSo();
     }
 
@@ -69,15 +51,10 @@ protected:
         return test::run({"gsettings", "set", "org.gnome.desktop.interface", key, value}).status;
     }
 
-    test::PrivateAudioSession session;
     std::unique_ptr<DesktopColorSchemes> schemes;
     int changes = 0;
 
 private:
-    int m_argumentCount = 1;
-    char m_name[5] = "test";
-    char* m_arguments[2] = {m_name, nullptr};
-    QCoreApplication m_application{m_argumentCount, m_arguments};
     Subscription m_changes;
 };
 

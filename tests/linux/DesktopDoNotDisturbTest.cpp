@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "DesktopSettingsFixture.h"
 #include "XfceConfiguration.h"
 
 #include <linux/DesktopDoNotDisturb.h>
-#include <support/PrivateAudioSession.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
-#include <QElapsedTimer>
 #include <QObject>
 #include <QVariantMap>
 
@@ -57,18 +55,9 @@ private:
     bool m_isInhibited;
 };
 
-class DesktopDoNotDisturbTest : public testing::Test
+class DesktopDoNotDisturbTest : public test::DesktopSettingsFixture
 {
 protected:
-    void SetUp() override
-    {
-        // Without the packages of a private session there is no bus to test on; where CI runs there is.
-        if (!session.problem().empty() && !test::PrivateAudioSession::mustBeThere())
-            GTEST_SKIP() << "no session can be started here: " << session.problem();
-        ASSERT_EQ(session.problem(), "");
-        // The developer's own desktop is none of the test's.
-        ::unsetenv("XDG_CURRENT_DESKTOP");
-    }
     void TearDown() override { doNotDisturb.reset(); }
 
     void follow()
@@ -91,24 +80,10 @@ protected:
         settle();
     }
 
-    template <typename Question>
-    static void runUntil(Question question, int milliseconds)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!question() && timer.elapsed() < milliseconds)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-
-    test::PrivateAudioSession session;
     std::unique_ptr<DesktopDoNotDisturb> doNotDisturb;
     std::vector<bool> changes;
 
 private:
-    int m_argumentCount = 1;
-    char m_name[5] = "test";
-    char* m_arguments[2] = {m_name, nullptr};
-    QCoreApplication m_application{m_argumentCount, m_arguments};
     Subscription m_changes;
 };
 
@@ -196,7 +171,6 @@ TEST_F(DesktopDoNotDisturbTest, XfcesConfigurationDoesNotCountElsewhere)
 TEST_F(DesktopDoNotDisturbTest, GnomesSettingIsFollowed)
 {
     ::setenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME", 1);
-    ::setenv("GSETTINGS_BACKEND", "keyfile", 1);
     const auto showBanners = [](const char* value) {
         return test::run({"gsettings", "set", "org.gnome.desktop.notifications", "show-banners", value})
             .status;

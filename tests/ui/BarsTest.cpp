@@ -161,12 +161,31 @@ TEST_F(DigestTest, SectionsAndWhatIsInThemStandInTheirOrder)
     posed.settle();
     view->refresh();
     int last = -1;
-    for (const char* const said :
-         {"Monitoring paused.", "Hearing Dose", "84.2%", "Current Level", "96.4 dBA", "Peak: 141 dBC",
-          "Monitoring Discipline", "79 ±3 dBA", "Statistics", "Leq 1m", "L10", "Active Session",
-          "Manual Session", "Avg: 95.8 dBA", "Session dose: 84.2%", "Peaks at or above 135 dBC: 5", "Today",
-          "1 session", "On target today", "Today peak: 141 dBC", "≥115 dBA today: 3",
-          "Conservative dose mode active", "End Session", "Share Last Session…", "Panel"}) {
+    for (const char* const said : {"Monitoring paused.",
+                                   "Hearing Dose",
+                                   "84.2%",
+                                   "Current Level",
+                                   "96.4 dBA",
+                                   "Peak: 141 dBC",
+                                   "Monitoring Discipline",
+                                   "79 ±3 dBA",
+                                   "Statistics",
+                                   "Leq 1m",
+                                   "L10",
+                                   "Active Session",
+                                   "Manual Session",
+                                   "Avg: 95.8 dBA",
+                                   "Session dose: 84.2%",
+                                   "Peaks at or above 135 dBC: 5",
+                                   "Today",
+                                   "1 session",
+                                   "On target today",
+                                   "Today peak: 141 dBC",
+                                   "≥115 dBA today: 3",
+                                   "Conservative dose mode active",
+                                   "End Session",
+                                   "Share Last Session…",
+                                   "Panel"}) {
         const int top = topOf(said);
         EXPECT_GT(top, last) << said;
         last = top;
@@ -176,9 +195,9 @@ TEST_F(DigestTest, SectionsAndWhatIsInThemStandInTheirOrder)
 TEST_F(DigestTest, CountsAreSeenOnlyWhereThereIsSomethingToCount)
 {
     pose(2);
-    const char* const counts[] = {
-        "Peaks at or above 135 dBC: 5", "Peaks at or above 140 dBC: 2", "Peaks at or above 115 dBA: 3",
-        "Peaks at or above 135 dBC today: 5", "Peaks at or above 140 dBC today: 2"};
+    const char* const counts[] = {"Peaks at or above 135 dBC: 5", "Peaks at or above 140 dBC: 2",
+                                  "Peaks at or above 115 dBA: 3", "Peaks at or above 135 dBC today: 5",
+                                  "Peaks at or above 140 dBC today: 2"};
     for (const char* const count : counts)
         EXPECT_GE(topOf(count), 0) << count;
     posed.changeSession([](Session& session) {

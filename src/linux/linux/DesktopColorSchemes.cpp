@@ -4,19 +4,14 @@
 #include <linux/CurrentDesktop.h>
 #include <linux/InterfaceSettings.h>
 #include <linux/KeyFile.h>
+#include <linux/XfceSettings.h>
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QDBusServiceWatcher>
-#include <QDBusVariant>
 #include <QFileSystemWatcher>
 #include <QLatin1String>
-#include <QMetaType>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 
 #include <boost/signals2/signal.hpp>
 
@@ -28,12 +23,6 @@ namespace velmor {
 
 namespace {
 
-const QString xfconf = QStringLiteral("org.xfce.Xfconf");
-const QString xfconfPath = QStringLiteral("/org/xfce/Xfconf");
-const QString themeChannel = QStringLiteral("xsettings");
-const QString themeProperty = QStringLiteral("/Net/ThemeName");
-const QString panelChannel = QStringLiteral("xfce4-panel");
-const QString panelProperty = QStringLiteral("/panels/dark-mode");
 constexpr QLatin1String lxqtFile("lxqt.conf");
 
 /// Themes say it in their name.
@@ -48,29 +37,12 @@ bool isDarkTheme(std::string name)
 
 class DesktopColorSchemes::Sources final : public QObject
 {
-    Q_OBJECT
-
 public:
     explicit Sources(const std::filesystem::path& configuration)
         : m_interface([this] { changed(); })
     {
         if (isCurrentDesktop("LXQt"))
             followLxqt(configuration);
-        if (!isCurrentDesktop("XFCE"))
-            return;
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        // A slot is looked for by the names of its types; this one's is not known by itself.
-        qRegisterMetaType<QDBusVariant>();
-        bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyChanged"), this,
-                    SLOT(xfceChanged(QString, QString, QDBusVariant)));
-        bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyRemoved"), this,
-                    SLOT(xfceRemoved(QString, QString)));
-        connect(&m_xfconfWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-                [this](const QString&, const QString&, const QString& owner) {
-                    if (!owner.isEmpty())
-                        askXfce();
-                });
-        askXfce();
     }
 
     std::optional<bool> areWindowsDark() const
@@ -93,17 +65,6 @@ public:
     }
 
     boost::signals2::signal<void()> changed;
-
-private slots:
-    void xfceChanged(const QString& channel, const QString& property, const QDBusVariant& value)
-    {
-        take(channel, property, value);
-    }
-
-    void xfceRemoved(const QString& channel, const QString& property)
-    {
-        take(channel, property, std::nullopt);
-    }
 
 private:
     void followLxqt(const std::filesystem::path& configuration)
@@ -133,52 +94,26 @@ private:
         m_lxqtIsDark = theme ? std::optional(isDarkTheme(*theme)) : std::nullopt;
     }
 
-    void askXfce()
+    void takeXfce(std::size_t property, const std::optional<QVariant>& value)
     {
-        ask(themeChannel, themeProperty);
-        ask(panelChannel, panelProperty);
-    }
-
-    /// Nobody is started for a question.
-    void ask(const QString& channel, const QString& property)
-    {
-        QDBusMessage get =
-            QDBusMessage::createMethodCall(xfconf, xfconfPath, xfconf, QStringLiteral("GetProperty"));
-        get << channel << property;
-        get.setAutoStartService(false);
-        auto* const watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(get), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, channel, property, watcher] {
-            const QDBusPendingReply<QDBusVariant> reply = *watcher;
-            watcher->deleteLater();
-            if (!reply.isError())
-                take(channel, property, reply.value());
-        });
-    }
-
-    /// \param value absent for a property that is gone.
-    void take(const QString& channel, const QString& property, const std::optional<QDBusVariant>& value)
-    {
-        if (channel == themeChannel && property == themeProperty) {
-            m_xfceThemeIsDark.reset();
-            if (value)
-                m_xfceThemeIsDark = isDarkTheme(value->variant().toString().toStdString());
-        } else if (channel == panelChannel && property == panelProperty) {
-            m_xfcePanelIsDark.reset();
-            if (value)
-                m_xfcePanelIsDark = value->variant().toBool();
-        } else {
-            return;
-        }
+        constexpr std::size_t theme = 0;
+        std::optional<bool>& isDark = property == theme ? m_xfceThemeIsDark : m_xfcePanelIsDark;
+        isDark.reset();
+        if (value)
+            isDark = property == theme ? isDarkTheme(value->toString().toStdString()) : value->toBool();
         changed();
     }
 
     InterfaceSettings m_interface;
     QFileSystemWatcher m_lxqtFiles;
-    QDBusServiceWatcher m_xfconfWatcher{xfconf, QDBusConnection::sessionBus(),
-                                        QDBusServiceWatcher::WatchForOwnerChange};
     std::optional<bool> m_lxqtIsDark;
     std::optional<bool> m_xfceThemeIsDark;
     std::optional<bool> m_xfcePanelIsDark;
+    XfceSettings m_xfce{{{QStringLiteral("xsettings"), QStringLiteral("/Net/ThemeName")},
+                         {QStringLiteral("xfce4-panel"), QStringLiteral("/panels/dark-mode")}},
+                        [this](std::size_t property, const std::optional<QVariant>& value, bool) {
+                            takeXfce(property, value);
+                        }};
 };
 
 DesktopColorSchemes::DesktopColorSchemes(const std::filesystem::path& configuration)
@@ -203,5 +138,3 @@ Subscription DesktopColorSchemes::onChange(const std::function<void()>& callback
 }
 
 } // namespace velmor
-
-#include "DesktopColorSchemes.moc"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/DesktopDoNotDisturb.h>
 
-#include <linux/CurrentDesktop.h>
 #include <linux/NotificationBanners.h>
+#include <linux/XfceSettings.h>
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -42,21 +42,6 @@ const std::array serverProperties = {
     ServerProperty{QStringLiteral("org.dunstproject.cmd0"), QStringLiteral("paused")},
 };
 
-const QString xfconf = QStringLiteral("org.xfce.Xfconf");
-const QString xfconfPath = QStringLiteral("/org/xfce/Xfconf");
-const QString xfceChannel = QStringLiteral("xfce4-notifyd");
-const QString xfceProperty = QStringLiteral("/do-not-disturb");
-
-/// The errors of a call that nobody has answered.
-const QStringList unanswered = {
-    QStringLiteral("org.freedesktop.DBus.Error.NameHasNoOwner"),
-    QStringLiteral("org.freedesktop.DBus.Error.ServiceUnknown"),
-    QStringLiteral("org.freedesktop.DBus.Error.NoReply"),
-    QStringLiteral("org.freedesktop.DBus.Error.Disconnected"),
-    QStringLiteral("org.freedesktop.DBus.Error.Timeout"),
-    QStringLiteral("org.freedesktop.DBus.Error.TimedOut"),
-};
-
 constexpr std::size_t xfceSource = serverProperties.size();
 constexpr std::size_t gnomeSource = xfceSource + 1;
 constexpr std::size_t sourceCount = gnomeSource + 1;
@@ -81,19 +66,6 @@ public:
                         askServer();
                 });
         askServer();
-        // What Xfce has stored counts in its own session only.
-        if (!isCurrentDesktop("XFCE"))
-            return;
-        bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyChanged"), this,
-                    SLOT(xfceChanged(QString, QString, QDBusVariant)));
-        bus.connect(xfconf, xfconfPath, xfconf, QStringLiteral("PropertyRemoved"), this,
-                    SLOT(xfceRemoved(QString, QString)));
-        connect(&m_xfconfWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
-                [this](const QString&, const QString&, const QString& owner) {
-                    if (!owner.isEmpty())
-                        askXfce();
-                });
-        askXfce();
     }
 
     bool isOn() const
@@ -118,18 +90,6 @@ private slots:
         }
     }
 
-    void xfceChanged(const QString& channel, const QString& property, const QDBusVariant& value)
-    {
-        if (channel == xfceChannel && property == xfceProperty)
-            take(xfceSource, value.variant().toBool());
-    }
-
-    void xfceRemoved(const QString& channel, const QString& property)
-    {
-        if (channel == xfceChannel && property == xfceProperty)
-            take(xfceSource, false);
-    }
-
 private:
     void askServer()
     {
@@ -141,14 +101,6 @@ private:
         }
     }
 
-    void askXfce()
-    {
-        QDBusMessage get =
-            QDBusMessage::createMethodCall(xfconf, xfconfPath, xfconf, QStringLiteral("GetProperty"));
-        get << xfceChannel << xfceProperty;
-        ask(xfceSource, get);
-    }
-
     /// Nobody is started for a question. One that nobody has answered leaves things as they are: a server
     /// that restarts has not changed the user's mind. An answer that there is no such thing is a no.
     void ask(std::size_t source, QDBusMessage& get)
@@ -158,14 +110,18 @@ private:
         connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, source, watcher] {
             const QDBusPendingReply<QDBusVariant> reply = *watcher;
             watcher->deleteLater();
-            if (reply.isError() && unanswered.contains(reply.error().name()))
+            if (reply.isError() && isUnanswered(reply.error()))
                 return;
-            const bool isOnThere = !reply.isError() && reply.value().variant().toBool();
-            // What was on before anybody looked has not just gone on.
-            if (!m_known[source])
-                m_known[source] = isOnThere;
-            take(source, isOnThere);
+            takeAnswer(source, !reply.isError() && reply.value().variant().toBool());
         });
+    }
+
+    /// What was on before anybody looked has not just gone on.
+    void takeAnswer(std::size_t source, bool isOnThere)
+    {
+        if (!m_known[source])
+            m_known[source] = isOnThere;
+        take(source, isOnThere);
     }
 
     void take(std::size_t source, bool isOnThere)
@@ -180,8 +136,14 @@ private:
     NotificationBanners m_banners;
     QDBusServiceWatcher m_serverWatcher{server, QDBusConnection::sessionBus(),
                                         QDBusServiceWatcher::WatchForOwnerChange};
-    QDBusServiceWatcher m_xfconfWatcher{xfconf, QDBusConnection::sessionBus(),
-                                        QDBusServiceWatcher::WatchForOwnerChange};
+    XfceSettings m_xfce{{{QStringLiteral("xfce4-notifyd"), QStringLiteral("/do-not-disturb")}},
+                        [this](std::size_t, const std::optional<QVariant>& value, bool hasChanged) {
+                            const bool isOnThere = value && value->toBool();
+                            if (hasChanged)
+                                take(xfceSource, isOnThere);
+                            else
+                                takeAnswer(xfceSource, isOnThere);
+                        }};
 };
 
 DesktopDoNotDisturb::DesktopDoNotDisturb()
