@@ -6,6 +6,7 @@
 #include <linux/PollMainLoop.h>
 #include <linux/SqliteDefaultsStore.h>
 #include <sessions/SessionFormat.h>
+#include <support/NoShareServices.h>
 #include <support/PopoverStates.h>
 #include <support/PrivateAudioSession.h>
 #include <support/Sound.h>
@@ -13,8 +14,11 @@
 #include <support/VirtualScreen.h>
 #include <support/WriteSound.h>
 #include <support/YearOfSessions.h>
+#include <ui/CalendarGrid.h>
+#include <ui/HistoryWindowView.h>
 #include <ui/MenuBarView.h>
 #include <ui/Popover.h>
+#include <ui/SessionList.h>
 #include <ui/SessionReportSharing.h>
 #include <ui/SessionReportWindowRoot.h>
 
@@ -26,9 +30,13 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QScrollBar>
+#include <QWindow>
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
@@ -174,6 +182,110 @@ void clickToDigest(benchmark::State& state)
 }
 BENCHMARK(clickToDigest)->Iterations(30)->Unit(benchmark::kMillisecond);
 
+/// The history of a year, as its window has it.
+struct OpenedHistory
+{
+    OpenedHistory()
+    {
+        std::vector<Session> history = test::year();
+        // As though the newest were of today.
+        const auto shift = posed.host.loop.now() - history.front().startDate - std::chrono::hours(2);
+        for (Session& session : history) {
+            session.startDate += std::chrono::duration_cast<Date::duration>(shift);
+            *session.endDate += std::chrono::duration_cast<Date::duration>(shift);
+            for (SPLReading& reading : session.readings)
+                reading.timestamp += std::chrono::duration_cast<Date::duration>(shift);
+        }
+        posed.history(std::move(history));
+    }
+
+    template <typename View>
+    View& part() const
+    {
+        for (QWidget* const widget : window->findChildren<QWidget*>()) {
+            if (auto* const found = dynamic_cast<View*>(widget))
+                return *found;
+        }
+        std::abort();
+    }
+
+    void open()
+    {
+        window = std::make_unique<HistoryWindowView>(*posed.hub, sharing);
+        window->resize(900, 900);
+        window->show();
+        while (!window->windowHandle()->isExposed())
+            QCoreApplication::processEvents();
+        window->repaint();
+    }
+
+    const test::TemporaryFolder folder;
+    test::PosedHub posed;
+    test::NoShareServices shareServices;
+    SessionReportSharing sharing{*posed.hub, shareServices, folder.path()};
+    std::unique_ptr<HistoryWindowView> window;
+};
+
+/// From the command to the window that has been painted, with a year of sessions.
+void openHistory(benchmark::State& state)
+{
+    OpenedHistory history;
+    for (auto _ : state) {
+        history.open();
+        state.PauseTiming();
+        history.window.reset();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(openHistory)->Iterations(20)->Unit(benchmark::kMillisecond);
+
+/// From the last seven days to the year of sessions, painted.
+void chooseTheYear(benchmark::State& state)
+{
+    OpenedHistory history;
+    history.open();
+    auto& grid = history.part<CalendarGrid>();
+    const auto press = [&](Qt::Key key, Qt::KeyboardModifiers modifiers) {
+        QKeyEvent event(QEvent::KeyPress, key, modifiers);
+        QCoreApplication::sendEvent(&grid, &event);
+    };
+    for (auto _ : state) {
+        state.PauseTiming();
+        press(Qt::Key_Right, Qt::NoModifier);
+        for (int i = 0; i < 11; ++i)
+            press(Qt::Key_PageUp, Qt::ShiftModifier);
+        history.window->repaint();
+        state.ResumeTiming();
+        press(Qt::Key_PageUp, Qt::ShiftModifier);
+        history.window->repaint();
+    }
+}
+BENCHMARK(chooseTheYear)->Iterations(20)->Unit(benchmark::kMillisecond);
+
+/// The year's list by 60 pixels a frame, each drawn as the system asks for it.
+void scrollTheYear(benchmark::State& state)
+{
+    OpenedHistory history;
+    history.open();
+    auto& grid = history.part<CalendarGrid>();
+    QKeyEvent up(QEvent::KeyPress, Qt::Key_PageUp, Qt::ShiftModifier);
+    for (int i = 0; i < 12; ++i)
+        QCoreApplication::sendEvent(&grid, &up);
+    QScrollBar& bar = *history.part<SessionList>().verticalScrollBar();
+    QCoreApplication::processEvents();
+    double longest = 0;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        bar.setValue(bar.value() + 60);
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        const std::chrono::duration<double, std::milli> frame = std::chrono::steady_clock::now() - start;
+        longest = std::max(longest, frame.count());
+    }
+    state.counters["longest_ms"] = longest;
+}
+BENCHMARK(scrollTheYear)->Iterations(1000)->Unit(benchmark::kMillisecond);
+
 enum class Digest { closed, open };
 
 void minuteOfASession(benchmark::State& state, Digest digest)
@@ -214,17 +326,11 @@ void minuteOfASession(benchmark::State& state, Digest digest)
 /// half hour before fills what remembers the last half hour.
 void hourWithTheDigest(benchmark::State& state)
 {
-    struct NoShareServices final : ShareServices
-    {
-        bool sendByEmail(const std::filesystem::path&) override { return false; }
-        bool open(const std::filesystem::path&) override { return false; }
-        bool showInFileManager(const std::filesystem::path&) override { return false; }
-    };
     constexpr int halfHour = 1800;
     const test::TemporaryFolder folder;
     test::PosedHub posed;
     posed.history(test::year());
-    NoShareServices shareServices;
+    test::NoShareServices shareServices;
     SessionReportSharing sharing(*posed.hub, shareServices, folder.path());
     NoSoftwareUpdater updater;
     CheckForUpdatesViewModel model(updater);

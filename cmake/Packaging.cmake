@@ -49,7 +49,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "default-dbus-session-bus | dbus-session-bus, fonts-roboto-unhinted, hicolor-icon-theme, pipewire-bin, tzdata")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
-    "ca-certificates, desktop-file-utils, notification-daemon, pipewire, qt6-wayland, sound-theme-freedesktop, wireplumber, xdg-utils")
+    "ca-certificates, desktop-file-utils, fonts-dejavu-extra, notification-daemon, pipewire, qt6-wayland, sound-theme-freedesktop, wireplumber, xdg-utils")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "bash-completion, jq, waybar")
 
 # What a package must not be made of. CPack reads these lines when it begins.

@@ -3,6 +3,7 @@
 
 #include <app/VelmorURLDispatcher.h>
 #include <support/FakeSavePanel.h>
+#include <support/NoShareServices.h>
 #include <support/PopoverStates.h>
 #include <ui/SessionReportWindowRoot.h>
 #include <ui/VelmorApp.h>
@@ -23,13 +24,6 @@ namespace velmor {
 namespace {
 
 using namespace velmor::test;
-
-struct NoShareServices final : ShareServices
-{
-    bool sendByEmail(const std::filesystem::path&) override { return false; }
-    bool open(const std::filesystem::path&) override { return false; }
-    bool showInFileManager(const std::filesystem::path&) override { return false; }
-};
 
 struct ChosenSchemes final : ColorSchemes
 {

@@ -89,6 +89,16 @@ std::optional<double> onTargetPercent(std::span<const Session> sessions)
     return time.share();
 }
 
+std::optional<double> onTargetPercent(std::span<const Session* const> sessions)
+{
+    ActiveTime time;
+    for (const Session* const session : sessions) {
+        if (session->endDate)
+            time.add(*session);
+    }
+    return time.share();
+}
+
 WeeklyOnTarget weeklyOnTarget(std::span<const Session> history, const Calendar& calendar, Date now)
 {
     const Date today = calendar.startOfDay(now);

@@ -27,6 +27,7 @@ std::array<double, daysShown> weekDoses(std::span<const Session> history, double
 
 /// Share of the active time of finished sessions that was spent on target; absent below 30 seconds.
 std::optional<double> onTargetPercent(std::span<const Session> sessions);
+std::optional<double> onTargetPercent(std::span<const Session* const> sessions);
 
 struct WeeklyOnTarget
 {

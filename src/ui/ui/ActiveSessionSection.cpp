@@ -2,6 +2,7 @@
 #include <ui/ActiveSessionSection.h>
 
 #include <ui/MenuBarContent.h>
+#include <ui/ProgramIcon.h>
 #include <ui/SectionTitle.h>
 
 #include <QGridLayout>
@@ -15,12 +16,6 @@ namespace {
 TextLabel* line(Qt::Alignment alignment = Qt::AlignLeft)
 {
     return new TextLabel(TextStyle::label, TextWeight::regular, Tint::primary, alignment);
-}
-
-QIcon programIcon(const ApplicationIcon& icon)
-{
-    const QString name = QString::fromStdString(icon.name);
-    return name.startsWith(QLatin1Char('/')) ? QIcon(name) : QIcon::fromTheme(name);
 }
 
 } // namespace

@@ -17,10 +17,35 @@ namespace {
 
 constexpr double besideHeight = 32;
 constexpr double aboveHeight = 44;
+constexpr double plainHeight = 26;
+constexpr double aloneSide = 26;
+constexpr double smallSide = 18;
+
+bool isSymbolAlone(CommandButton::Form form)
+{
+    return form == CommandButton::Form::alone || form == CommandButton::Form::small;
+}
+
+double heightOf(CommandButton::Form form)
+{
+    switch (form) {
+    case CommandButton::Form::beside:
+        return besideHeight;
+    case CommandButton::Form::above:
+        return aboveHeight;
+    case CommandButton::Form::plain:
+        return plainHeight;
+    case CommandButton::Form::alone:
+        return aloneSide;
+    case CommandButton::Form::small:
+        return smallSide;
+    }
+    return besideHeight;
+}
 
 TextStyle textStyle(CommandButton::Form form)
 {
-    return form == CommandButton::Form::beside ? TextStyle::label : TextStyle::caption;
+    return form == CommandButton::Form::above ? TextStyle::caption : TextStyle::label;
 }
 
 } // namespace
@@ -31,7 +56,9 @@ CommandButton::CommandButton(Form form, const char* label, const char* symbol)
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    setFixedHeight(static_cast<int>(form == Form::beside ? besideHeight : aboveHeight));
+    setFixedHeight(static_cast<int>(heightOf(form)));
+    if (isSymbolAlone(form))
+        setFixedWidth(height());
     setFont(fontOf(textStyle(form)));
     show(label, symbol);
 }
@@ -42,6 +69,8 @@ void CommandButton::show(const char* label, const char* symbol)
         return;
     m_symbol = symbol;
     setText(QString::fromUtf8(label));
+    if (isSymbolAlone(m_form))
+        setToolTip(text());
 }
 
 void CommandButton::setTint(Tint tint)
@@ -50,6 +79,12 @@ void CommandButton::setTint(Tint tint)
         return;
     m_tint = tint;
     update();
+}
+
+int CommandButton::widthOfLabel() const
+{
+    const double padding = spacing::tight + iconSide::control + spacing::hair + 2 + spacing::item;
+    return static_cast<int>(std::ceil(QFontMetricsF(font()).horizontalAdvance(text()) + padding));
 }
 
 QSize CommandButton::sizeHint() const
@@ -83,7 +118,7 @@ void CommandButton::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const bool isUnderPointer = isEnabled() && underMouse();
-    if (isDown() || isUnderPointer || m_form == Form::beside) {
+    if (isDown() || isUnderPointer || m_form == Form::beside || m_form == Form::plain) {
         painter.setPen(Qt::NoPen);
         painter.setBrush(isDown()         ? shades.controlPressed
                          : isUnderPointer ? shades.controlUnderPointer
@@ -101,8 +136,15 @@ void CommandButton::paintEvent(QPaintEvent*)
     const QFontMetricsF metrics(font());
     painter.setPen(ink);
     painter.setFont(font());
-    QRectF symbol(0, 0, iconSide::control, iconSide::control);
-    if (m_form == Form::beside) {
+    if (m_form == Form::plain) {
+        painter.drawText(rect(), Qt::AlignCenter, text());
+        return;
+    }
+    const double side = m_form == Form::small ? iconSide::inText : iconSide::control;
+    QRectF symbol(0, 0, side, side);
+    if (isSymbolAlone(m_form)) {
+        symbol.moveCenter(QRectF(rect()).center());
+    } else if (m_form == Form::beside) {
         symbol.moveTopLeft({spacing::tight, (height() - symbol.height()) / 2});
         const QRectF place =
             QRectF(rect()).adjusted(symbol.right() + spacing::hair + 2, 0, -spacing::hair, 0);

@@ -15,7 +15,10 @@ class CommandButton final : public QAbstractButton
 public:
     enum class Form {
         beside, ///< For the commands of the moment.
-        above   ///< Small, for those that lead elsewhere.
+        above,  ///< Small, for those that lead elsewhere.
+        plain,  ///< The label alone, in the middle.
+        alone,  ///< The symbol alone; the label is its tip.
+        small   ///< The same beside a line of small text.
     };
 
     CommandButton(Form form, const char* label, const char* symbol);
@@ -25,6 +28,9 @@ public:
 
     /// The tint of symbol and label: primary, unless said otherwise.
     void setTint(Tint tint);
+
+    /// How wide a button with a symbol beside its label has to be.
+    int widthOfLabel() const;
 
     QSize sizeHint() const override;
 

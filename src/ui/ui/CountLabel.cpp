@@ -24,13 +24,24 @@ CountLabel::CountLabel(const char* symbol, Tint tint, const char* meaning)
     setToolTip(QString::fromUtf8(meaning));
 }
 
+void CountLabel::letGoOfPlace()
+{
+    QSizePolicy policy = sizePolicy();
+    policy.setRetainSizeWhenHidden(false);
+    setSizePolicy(policy);
+    m_keepsPlace = false;
+}
+
 void CountLabel::show(std::int64_t count)
 {
     setVisible(count > 0);
     const std::string text = fmt::format("{}", count);
     if (text == m_count->said().text)
         return;
-    m_count->say(text);
+    if (m_keepsPlace)
+        m_count->say(text);
+    else
+        m_count->sayInFull(text);
     setAccessibleName(QString::fromStdString(fmt::format("{}: {}", m_meaning, count)));
 }
 

@@ -19,9 +19,13 @@ public:
 
     void show(std::int64_t count);
 
+    /// Takes no room while it is not seen, and no more than its count.
+    void letGoOfPlace();
+
 private:
     const char* m_meaning;
     TextLabel* m_count;
+    bool m_keepsPlace = true;
 };
 
 } // namespace velmor

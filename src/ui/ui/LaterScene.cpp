@@ -12,14 +12,6 @@
 
 namespace velmor {
 
-LaterScene::Scene LaterScene::history()
-{
-    return {QStringLiteral("History"),
-            QStringLiteral("This version of Velmor keeps your sessions, and does not show them here yet. "
-                           "Reports and exports have them all."),
-            QSize(760, 540)};
-}
-
 LaterScene::Scene LaterScene::settings()
 {
     return {QStringLiteral("Settings"),

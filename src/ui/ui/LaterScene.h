@@ -18,7 +18,6 @@ public:
         QSize size; ///< Invalid for a window that is as large as its content.
     };
 
-    static Scene history();
     static Scene settings();
 
     explicit LaterScene(const Scene& scene);

@@ -126,13 +126,18 @@ std::string sessionDoseText(double sessionDose)
     return fmt::format("Session dose: {:.1f}%", sessionDose);
 }
 
+Tint peakColor(double peakDBC)
+{
+    constexpr double limitValue = 140.0;
+    constexpr double actionValue = 135.0;
+    if (peakDBC >= limitValue)
+        return Tint::red;
+    return peakDBC >= actionValue ? Tint::orange : Tint::secondary;
+}
+
 TintedText sessionPeakText(double peakDBC)
 {
-    constexpr double exceeded = 140.0;
-    constexpr double nearby = 135.0;
-    return {peakAlertText(peakDBC), peakDBC >= exceeded ? Tint::red
-                                    : peakDBC >= nearby ? Tint::orange
-                                                        : Tint::secondary};
+    return {peakAlertText(peakDBC), peakColor(peakDBC)};
 }
 
 std::string sessionCountText(std::size_t count)

@@ -89,7 +89,10 @@ std::string averageText(const Session& session);
 std::string peakLevelText(const Session& session);
 std::string sessionDoseText(double sessionDose);
 
-/// The session's highest peak, as in Peak: 136 dBC: red from 140, orange from 135.
+/// Red from 140 dBC, orange from 135, the limits of EU 2003/10/EC.
+Tint peakColor(double peakDBC);
+
+/// The session's highest peak, as in Peak: 136 dBC.
 TintedText sessionPeakText(double peakDBC);
 
 /// As in 1 session, 2 sessions.

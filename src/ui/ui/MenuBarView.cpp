@@ -43,7 +43,7 @@ MenuBarView::MenuBarView(AppState& appState, CheckForUpdatesViewModel& checkForU
                                               if (onMenuClosed)
                                                   onMenuClosed();
                                           }}))
-    , m_resetConfirmation(new ResetConfirmation(*this, [this] { resetDose(); }))
+    , m_resetConfirmation(new Confirmation(*this, "Reset dose to 0%?", "Reset", [this] { resetDose(); }))
     , m_refreshes(leastRefreshMilliseconds, [this] { refresh(); })
 {
     auto* const layout = new QVBoxLayout(this);

@@ -5,6 +5,7 @@
 #include <app/CheckForUpdatesViewModel.h>
 #include <ui/ActiveSessionSection.h>
 #include <ui/CommandsSection.h>
+#include <ui/Confirmation.h>
 #include <ui/DisciplineSection.h>
 #include <ui/DoseSection.h>
 #include <ui/FloatingPanelWindowRegistry.h>
@@ -12,7 +13,6 @@
 #include <ui/LevelSection.h>
 #include <ui/PauseBanner.h>
 #include <ui/RefreshLimit.h>
-#include <ui/ResetConfirmation.h>
 #include <ui/SceneActions.h>
 #include <ui/StatisticsSection.h>
 #include <ui/TodaySection.h>
@@ -76,7 +76,7 @@ private:
     ActiveSessionSection* m_activeSession;
     TodaySection* m_today;
     CommandsSection* m_commands;
-    ResetConfirmation* m_resetConfirmation;
+    Confirmation* m_resetConfirmation;
     std::vector<QWidget*> m_ruledSections; ///< Those with a line above.
     bool m_isHeld = false;
     RefreshLimit m_refreshes;

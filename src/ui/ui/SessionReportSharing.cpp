@@ -147,6 +147,19 @@ void SessionReportSharing::renderAndShare(const Session& session,
     presentSharePicker(writePDF(session, referenceSettings), anchor, std::nullopt);
 }
 
+void SessionReportSharing::shareOrWarn(const Session& session,
+                                       const ReferenceLevelSettings& referenceSettings, QWidget& anchor,
+                                       const std::optional<std::string>& subject)
+{
+    try {
+        presentSharePicker(writePDF(session, referenceSettings), anchor, subject);
+    } catch (const std::exception& error) {
+        printLine("Share failed: {}", error.what());
+        showWarning(&anchor, "Could not generate report",
+                    fmt::format("{}. Try again, or check that you have free disk space.", error.what()));
+    }
+}
+
 void SessionReportSharing::presentSaveDialog(const Session& session,
                                              const ReferenceLevelSettings& referenceSettings,
                                              QWidget* anchor) const

@@ -47,6 +47,10 @@ public:
     void renderAndShare(const Session& session, const ReferenceLevelSettings& referenceSettings,
                         QWidget& anchor);
 
+    /// The same with a warning, and a printed line, where that fails.
+    void shareOrWarn(const Session& session, const ReferenceLevelSettings& referenceSettings, QWidget& anchor,
+                     const std::optional<std::string>& subject);
+
     /// Writes the PDF and lets the user save it. A failure to write it is printed. One to save it is shown.
     /// \param anchor the panel comes up on its window; null for none.
     void presentSaveDialog(const Session& session, const ReferenceLevelSettings& referenceSettings,

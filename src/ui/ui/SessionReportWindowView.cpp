@@ -16,7 +16,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <exception>
 
 namespace velmor {
 
@@ -130,16 +129,9 @@ void SessionReportWindowView::share()
     }
     refresh();
     const Session& session = m_report->session();
-    try {
-        const std::filesystem::path file = m_sharing.writePDF(session, m_hub.referenceTracker.settings);
-        m_sharing.presentSharePicker(
-            file, *m_shareButton,
-            fmt::format("Velmor session report ({})", session.dawName.empty() ? "Manual" : session.dawName));
-    } catch (const std::exception& error) {
-        printLine("Share failed: {}", error.what());
-        showWarning(this, "Could not generate report",
-                    fmt::format("{}. Try again, or check that you have free disk space.", error.what()));
-    }
+    m_sharing.shareOrWarn(
+        session, m_hub.referenceTracker.settings, *m_shareButton,
+        fmt::format("Velmor session report ({})", session.dawName.empty() ? "Manual" : session.dawName));
 }
 
 void SessionReportWindowView::save()

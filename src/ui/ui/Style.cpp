@@ -31,7 +31,9 @@ int pixelSize(TextStyle style)
 QFont fontOf(TextStyle style, TextWeight weight)
 {
     // All of them have figures of one width by default.
-    static const QStringList families = {"Roboto", "Noto Sans", "Open Sans", "DejaVu Sans"};
+    // The last one has the letter of the weekly level.
+    static const QStringList families = {"Roboto", "Noto Sans", "Open Sans", "DejaVu Sans",
+                                         "DejaVu Math TeX Gyre"};
     QFont font;
     font.setFamilies(families);
     font.setPixelSize(pixelSize(style));
@@ -90,6 +92,8 @@ QColor Shades::ink(Tint tint) const
         return secondaryText;
     case Tint::tertiary:
         return tertiaryText;
+    case Tint::dim:
+        return withOpacity(secondaryText, 0.5);
     case Tint::accent:
     case Tint::blue:
         return blue;

@@ -60,7 +60,18 @@ QPalette paletteFor(Appearance appearance);
 Appearance appearanceOf(const QPalette& palette);
 
 /// What a colour says, whatever the appearance.
-enum class Tint { primary, secondary, tertiary, accent, blue, green, yellow, orange, red };
+enum class Tint {
+    primary,
+    secondary,
+    tertiary,
+    dim, ///< Of what stands for a value that there isn't: half as strong as secondary.
+    accent,
+    blue,
+    green,
+    yellow,
+    orange,
+    red
+};
 
 struct Shades
 {

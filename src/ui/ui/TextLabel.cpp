@@ -34,6 +34,16 @@ void TextLabel::say(const TintedText& said)
     update();
 }
 
+void TextLabel::sayInFull(const std::string& text)
+{
+    if (text == m_said.text)
+        return;
+    say(text);
+    setMinimumWidth(0);
+    setMaximumWidth(sizeHint().width());
+    updateGeometry();
+}
+
 void TextLabel::keepRoomFor(const char* widest)
 {
     setFixedWidth(widthOf(QString::fromUtf8(widest)));

@@ -24,6 +24,9 @@ public:
     void say(const TintedText& said);
     void say(const std::string& text) { say({text, m_said.tint}); }
 
+    /// Lays the view out anew: the text takes the room that it needs.
+    void sayInFull(const std::string& text);
+
     const TintedText& said() const { return m_said; }
 
     /// Keeps the room that a text takes.

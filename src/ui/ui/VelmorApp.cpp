@@ -4,6 +4,7 @@
 #include <ui/BringToFront.h>
 #include <ui/EventWatch.h>
 #include <ui/FloatingPanelView.h>
+#include <ui/HistoryWindowView.h>
 #include <ui/LaterScene.h>
 #include <ui/SessionReportWindowRoot.h>
 #include <ui/UpdateWindow.h>
@@ -100,7 +101,7 @@ void VelmorApp::openSettings()
 
 void VelmorApp::openHistory()
 {
-    openScene(m_history, [] { return new LaterScene(LaterScene::history()); });
+    openScene(m_history, [this] { return new HistoryWindowView(m_hub, m_sharing); });
 }
 
 void VelmorApp::openReport(const Uuid& session)

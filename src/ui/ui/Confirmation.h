@@ -10,13 +10,13 @@ class QPushButton;
 
 namespace velmor {
 
-/// Asks before the dose is reset. Lies over the view that it belongs to, so that it can be asked in a window
+/// Asks before something is lost. Lies over the view that it belongs to, so that it can be asked in a window
 /// that closes on a click outside.
-class ResetConfirmation final : public QWidget
+class Confirmation final : public QWidget
 {
 public:
-    /// \param reset what the user then wants done.
-    ResetConfirmation(QWidget& owner, std::function<void()> reset);
+    /// \param answer what the button says that does it. \param perform what the user then wants done.
+    Confirmation(QWidget& owner, const char* question, const char* answer, std::function<void()> perform);
 
     void ask();
 
@@ -33,7 +33,7 @@ private:
     void takePlace();
     void showAppearance();
 
-    std::function<void()> m_reset;
+    std::function<void()> m_perform;
     QWidget* m_card;
     QPushButton* m_cancel;
     QPushButton* m_confirm;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <ui/ResetConfirmation.h>
+#include <ui/Confirmation.h>
 
 #include <ui/Style.h>
 #include <ui/TextLabel.h>
@@ -18,9 +18,9 @@ namespace velmor {
 
 namespace {
 
-constexpr auto question = "Reset dose to 0%?";
 constexpr double veilOpacity = 0.82;
 constexpr int padding = static_cast<int>(spacing::group);
+constexpr int widestCard = 312;
 
 /// Its ground.
 class Card final : public QWidget
@@ -48,12 +48,13 @@ QString buttonStyle(const QColor& ground, const QColor& text, const QColor& focu
 
 } // namespace
 
-ResetConfirmation::ResetConfirmation(QWidget& owner, std::function<void()> reset)
+Confirmation::Confirmation(QWidget& owner, const char* question, const char* answer,
+                           std::function<void()> perform)
     : QWidget(&owner)
-    , m_reset(std::move(reset))
+    , m_perform(std::move(perform))
     , m_card(new Card)
     , m_cancel(new QPushButton(QStringLiteral("Cancel")))
-    , m_confirm(new QPushButton(QStringLiteral("Reset")))
+    , m_confirm(new QPushButton(QString::fromLatin1(answer)))
 {
     setAccessibleName(QString::fromLatin1(question));
     auto* const buttons = new QHBoxLayout;
@@ -73,20 +74,23 @@ ResetConfirmation::ResetConfirmation(QWidget& owner, std::function<void()> reset
 
     auto* const layout = new QVBoxLayout(this);
     layout->addStretch();
-    layout->addWidget(m_card);
+    m_card->setMaximumWidth(widestCard);
+    auto* const middle = new QHBoxLayout;
+    middle->addWidget(m_card);
+    layout->addLayout(middle);
     layout->addStretch();
 
     connect(m_cancel, &QPushButton::clicked, this, [this] { cancel(); });
     connect(m_confirm, &QPushButton::clicked, this, [this] {
         hide();
-        m_reset();
+        m_perform();
     });
     owner.installEventFilter(this);
     showAppearance();
     hide();
 }
 
-void ResetConfirmation::ask()
+void Confirmation::ask()
 {
     m_focusBefore = window()->focusWidget();
     show();
@@ -98,7 +102,7 @@ void ResetConfirmation::ask()
 }
 
 /// Covers the owner, with the card in the middle of what is seen of it on a low screen.
-void ResetConfirmation::takePlace()
+void Confirmation::takePlace()
 {
     setGeometry(parentWidget()->rect());
     const QRect seen = visibleRegion().boundingRect();
@@ -107,12 +111,12 @@ void ResetConfirmation::takePlace()
                                  rect().bottom() - place.bottom() + padding);
 }
 
-void ResetConfirmation::cancel()
+void Confirmation::cancel()
 {
     hide();
 }
 
-bool ResetConfirmation::eventFilter(QObject* watched, QEvent* event)
+bool Confirmation::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Resize && isVisible())
         takePlace();
@@ -122,13 +126,13 @@ bool ResetConfirmation::eventFilter(QObject* watched, QEvent* event)
 }
 
 /// What lies below is out of reach while the question stands.
-bool ResetConfirmation::focusNextPrevChild(bool)
+bool Confirmation::focusNextPrevChild(bool)
 {
     (m_cancel->hasFocus() ? m_confirm : m_cancel)->setFocus(Qt::TabFocusReason);
     return true;
 }
 
-void ResetConfirmation::hideEvent(QHideEvent* event)
+void Confirmation::hideEvent(QHideEvent* event)
 {
     if (m_focusBefore)
         m_focusBefore->setFocus();
@@ -136,23 +140,23 @@ void ResetConfirmation::hideEvent(QHideEvent* event)
     QWidget::hideEvent(event);
 }
 
-void ResetConfirmation::keyPressEvent(QKeyEvent* event)
+void Confirmation::keyPressEvent(QKeyEvent* event)
 {
-    // The window that it lies over closes on the same key.
+    // The window that it lies over may close on the same key.
     if (event->key() == Qt::Key_Escape)
         cancel();
     else
         QWidget::keyPressEvent(event);
 }
 
-void ResetConfirmation::changeEvent(QEvent* event)
+void Confirmation::changeEvent(QEvent* event)
 {
     if (event->type() == QEvent::PaletteChange)
         showAppearance();
     QWidget::changeEvent(event);
 }
 
-void ResetConfirmation::showAppearance()
+void Confirmation::showAppearance()
 {
     const Shades& shades = shadesOf(appearanceOf(palette()));
     const QColor onRed = Qt::white;
@@ -161,7 +165,7 @@ void ResetConfirmation::showAppearance()
     m_confirm->setStyleSheet(buttonStyle(destructive, onRed, shades.text));
 }
 
-void ResetConfirmation::paintEvent(QPaintEvent*)
+void Confirmation::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.fillRect(rect(), withOpacity(shadesOf(appearanceOf(palette())).page, veilOpacity));
