@@ -44,6 +44,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <unistd.h>
@@ -185,9 +186,13 @@ BENCHMARK(clickToDigest)->Iterations(30)->Unit(benchmark::kMillisecond);
 /// The history of a year, as its window has it.
 struct OpenedHistory
 {
-    OpenedHistory()
+    /// \param readings of each session; none for about a hundred.
+    explicit OpenedHistory(std::optional<int> readings = {})
     {
         std::vector<Session> history = test::year();
+        for (std::size_t i = 0; readings && i < history.size(); ++i)
+            history[i].readings =
+                test::sampleSession(history[i].startDate, *readings, static_cast<unsigned>(i)).readings;
         // As though the newest were of today.
         const auto shift = posed.host.loop.now() - history.front().startDate - std::chrono::hours(2);
         for (Session& session : history) {
@@ -263,9 +268,8 @@ void chooseTheYear(benchmark::State& state)
 BENCHMARK(chooseTheYear)->Iterations(20)->Unit(benchmark::kMillisecond);
 
 /// The year's list by 60 pixels a frame, each drawn as the system asks for it.
-void scrollTheYear(benchmark::State& state)
+void scroll(benchmark::State& state, OpenedHistory& history)
 {
-    OpenedHistory history;
     history.open();
     auto& grid = history.part<CalendarGrid>();
     QKeyEvent up(QEvent::KeyPress, Qt::Key_PageUp, Qt::ShiftModifier);
@@ -284,7 +288,21 @@ void scrollTheYear(benchmark::State& state)
     }
     state.counters["longest_ms"] = longest;
 }
+
+void scrollTheYear(benchmark::State& state)
+{
+    OpenedHistory history;
+    scroll(state, history);
+}
 BENCHMARK(scrollTheYear)->Iterations(1000)->Unit(benchmark::kMillisecond);
+
+/// The same of sessions of eight hours each, as charts of many readings take longest.
+void scrollLongSessions(benchmark::State& state)
+{
+    OpenedHistory history(2880);
+    scroll(state, history);
+}
+BENCHMARK(scrollLongSessions)->Iterations(1000)->Unit(benchmark::kMillisecond);
 
 enum class Digest { closed, open };
 

@@ -7,13 +7,14 @@
 
 #include <cmath>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace velmor {
 namespace {
 
-using testing::ElementsAre;
 using test::moment;
+using testing::ElementsAre;
 
 const QLocale english(QLocale::English, QLocale::UnitedStates);
 
@@ -192,7 +193,8 @@ TEST_F(HistoryContentTest, HelpSaysTheRules)
         return texts;
     };
     EXPECT_THAT(thresholds(0), ElementsAre());
-    EXPECT_THAT(thresholds(1), ElementsAre("0–40% — Safe", "40–70% — Caution", "70–90% — Warning", ">90% — Danger"));
+    EXPECT_THAT(thresholds(1),
+                ElementsAre("0–40% — Safe", "40–70% — Caution", "70–90% — Warning", ">90% — Danger"));
     EXPECT_THAT(thresholds(2), ElementsAre("< 80 dBA — safe, no action required",
                                            "80–84 dBA — lower action value: provide hearing protection",
                                            "≥ 85 dBA — upper action value: wearing protection is mandatory"));
@@ -205,11 +207,43 @@ TEST_F(HistoryContentTest, HelpSaysTheRules)
                                            "≥ 135 dBC — action value: hearing protection must be available",
                                            "≥ 140 dBC — limit value: must not be exceeded"));
     EXPECT_THAT(thresholds(6), ElementsAre());
-    EXPECT_EQ(stats[2].info.title, "EU weekly level (L𝒈,w)");
-    EXPECT_EQ(stats[0].info.detail,
-              "Sum of all daily doses across the selected range. This number grows with every extra day — 7 days × "
-              "33%/day = 231% — so a high total is expected and not alarming on its own. Use Avg per day to judge "
-              "whether your typical exposure level is safe.");
+    const std::pair<std::string, std::string> help[] = {
+        {"Total dose", "Sum of all daily doses across the selected range. This number grows with every extra "
+                       "day — 7 days × 33%/day = 231% — so a high total is expected and not alarming on "
+                       "its own. Use Avg per day to judge whether your typical exposure level is safe."},
+        {"Avg per day",
+         "Total dose divided by the number of selected days. This is the primary risk indicator "
+         "— compare it to the 100% daily budget (8 hours at 85 dBA, NIOSH REL). Colored by dose "
+         "level:"},
+        {"EU weekly level (L𝒈,w)",
+         "Equivalent continuous A-weighted level averaged over a 5-day working week (ISO 9612 / "
+         "EU 2003/10/EC). All selected days are energy-summed then normalised to 5, so the value "
+         "stays comparable to the 85 dBA daily limit regardless of how many days you select. "
+         "Requires at least 5 days."},
+        {"On target", "The share of your monitoring time across the range spent inside your reference band "
+                      "(target ± tolerance). Silent breaks are excluded so a long pause doesn't deflate it. "
+                      "This is the time-weighted aggregate of the per-session on-target percentages, so it "
+                      "never contradicts the rows below."},
+        {"Peak dBA", "Highest instantaneous A-weighted sound level recorded during any session in the range. "
+                     "A-weighting reflects human hearing sensitivity. Values above 115 dBA are an EU "
+                     "regulatory limit under Directive 2003/10/EC — even a single momentary peak at that "
+                     "level is a violation."},
+        {"Peak dBC",
+         "Highest C-weighted peak across all sessions in the range. C-weighting is nearly flat "
+         "from 31 Hz to 8 kHz, capturing the full physical energy of drum hits, transients, and "
+         "low-frequency impulses that A-weighting underreports. EU 2003/10/EC mandates C-weighted "
+         "peak (LCpeak) monitoring alongside dose."},
+        {"Impulses ≥135 dBC",
+         "Total count of measurement intervals across all sessions in the range where a "
+         "C-weighted peak of 135 dBC or more was detected. Under EU Directive 2003/10/EC, "
+         "recurring peaks at this level require hearing protection to be provided. Identify the "
+         "source — a hot kick, snare, or transient — and use a fast limiter or reduce monitor "
+         "level."},
+    };
+    for (std::size_t i = 0; i < stats.size(); ++i) {
+        EXPECT_EQ(stats[i].info.title, help[i].first);
+        EXPECT_EQ(stats[i].info.detail, help[i].second);
+    }
 }
 
 TEST_F(HistoryContentTest, FifteenDaysAndMoreShowTheBarsOfTheLastSeven)
@@ -227,7 +261,8 @@ TEST_F(HistoryContentTest, FifteenDaysAndMoreShowTheBarsOfTheLastSeven)
     EXPECT_EQ(fifteen[0].date, QDate(2026, 6, 14));
     EXPECT_EQ(fifteen[4].dose, 33);
     EXPECT_EQ(fifteen[6], (ChartDay{today, "·", 5}));
-    EXPECT_EQ(chartHeaderLabel(daily, {QDate(2025, 1, 1), QDate(2025, 1, 15)}, {}, dates).caption, "Last 7 days");
+    EXPECT_EQ(chartHeaderLabel(daily, {QDate(2025, 1, 1), QDate(2025, 1, 15)}, {}, dates).caption,
+              "Last 7 days");
     EXPECT_EQ(chartHeaderLabel(daily, june(1, 14), {}, dates).hint, "Click to select day");
 }
 

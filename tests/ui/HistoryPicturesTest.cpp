@@ -18,7 +18,7 @@
 #include <QTest>
 
 #include <cmath>
-#include <memory>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -34,11 +34,17 @@ struct Picture
 {
     State state;
     const char* name;
+
+    friend void PrintTo(const Picture& picture, std::ostream* out) { *out << picture.name; }
 };
 
 constexpr Picture pictures[] = {
-    {State::empty, "empty"},     {State::month, "month"},   {State::year, "year"},
-    {State::hovered, "hovered"}, {State::help, "help"},     {State::anchor, "anchor"},
+    {State::empty, "empty"},
+    {State::month, "month"},
+    {State::year, "year"},
+    {State::hovered, "hovered"},
+    {State::help, "help"},
+    {State::anchor, "anchor"},
     {State::confirmation, "confirmation"},
 };
 
@@ -113,7 +119,7 @@ QAbstractButton& button(QWidget& window, const char* text)
     throw std::runtime_error("no such button");
 }
 
-void bring(HistoryWindowView& window, State state)
+void bring(const PosedHub& posed, HistoryWindowView& window, State state)
 {
     auto& grid = part<CalendarGrid>(window);
     auto& chart = part<RangeDoseChart>(window);
@@ -141,7 +147,7 @@ void bring(HistoryWindowView& window, State state)
         QTest::mouseClick(&grid, Qt::LeftButton, {}, {5 * 41 + 12, 2 * 39 + 12});
         break;
     case State::confirmation:
-        part<SessionRowView>(window).deleteSession(*part<SessionRowView>(window).session());
+        part<SessionRowView>(window).deleteSession(posed.hub->sessionManager.sessionHistory.get().front());
         break;
     }
 }
@@ -162,7 +168,7 @@ TEST_P(HistoryPictures, AreAsReviewed)
         window.resize(860, 900);
         window.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-        bring(window, GetParam().state);
+        bring(posed, window, GetParam().state);
         QTest::qWait(350);
         for (const int scale : {1, 2}) {
             QImage image(window.size() * scale, QImage::Format_RGB32);

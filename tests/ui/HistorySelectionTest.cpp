@@ -113,6 +113,20 @@ TEST(HistorySelection, KeysExtendFromWhereTheChoiceBegan)
     EXPECT_EQ(selection.range(), (DayRange{june(10), today}));
 }
 
+TEST(HistorySelection, ADayThatGoesBackLeavesNothingOfTheFutureChosen)
+{
+    HistorySelection selection(today);
+    selection.applyPreset(-6, today);
+    selection.bound(june(18));
+    EXPECT_EQ(selection.range(), (DayRange{june(14), june(18)}));
+    selection.handleTap(june(18), june(18));
+    selection.bound(QDate(2026, 5, 30));
+    EXPECT_EQ(selection.range(), (DayRange{QDate(2026, 5, 30), QDate(2026, 5, 30)}));
+    EXPECT_EQ(selection.anchor(), QDate(2026, 5, 30));
+    EXPECT_EQ(selection.cursor(), QDate(2026, 5, 30));
+    EXPECT_EQ(selection.displayedMonth(), QDate(2026, 5, 1));
+}
+
 TEST(CalendarWeeks, HaveBlanksBeforeAndAfterTheMonth)
 {
     // The first of June 2026 is a Monday.

@@ -63,14 +63,50 @@ TEST(MiniSPLChart, OneReadingShowsNoLine)
 {
     MiniSPLChart chart;
     const auto one = readings({80});
-    drawn(chart, one);
+    const QColor red = shadesOf(appearanceOf(chart.palette())).red;
+    EXPECT_EQ(pixelsOf(drawn(chart, one), red), 0);
     EXPECT_EQ(chart.height(), 6);
     EXPECT_FALSE(MiniSPLChart::hasChart(one));
     drawn(chart, {});
     EXPECT_EQ(chart.height(), 6);
     const auto two = readings({80, 81});
-    drawn(chart, two);
+    EXPECT_GT(pixelsOf(drawn(chart, two), red), 0);
     EXPECT_EQ(chart.height(), 44);
+}
+
+TEST(MiniSPLChart, AClockThatWasSetBackLeavesTheChartWhole)
+{
+    MiniSPLChart chart;
+    auto some = readings({80, 90, 70, 75}, Zone::onTarget);
+    for (std::size_t i = 2; i < some.size(); ++i)
+        some[i].timestamp = some[i].timestamp - std::chrono::hours(1);
+    // The peak is the latest: at the right edge.
+    const QImage image = drawn(chart, some);
+    const QColor red = shadesOf(appearanceOf(chart.palette())).red;
+    EXPECT_GT(pixelsOf(image.copy(150, 0, 50, image.height()), red), 0);
+}
+
+TEST(MiniSPLChart, ALineOfMoreReadingsThanPixelsStandsWhereItsLevelsAre)
+{
+    std::vector<double> ramp;
+    for (int i = 0; i < 5000; ++i)
+        ramp.push_back(60 + 40 * i / 4999.0);
+    MiniSPLChart chart;
+    const auto many = readings(ramp);
+    const QImage image = drawn(chart, many);
+    for (const int x : {20, 100, 180}) {
+        const QColor ground = image.pixelColor(x, 0);
+        double weight = 0;
+        double height = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            const double ink = std::abs(image.pixelColor(x, y).lightnessF() - ground.lightnessF());
+            weight += ink;
+            height += ink * (y + 0.5);
+        }
+        // From 56 to 104 dBA over 44 pixels.
+        const double level = 60 + 40 * (x + 0.5) / 200;
+        EXPECT_NEAR(height / weight, (104 - level) / 48 * 44, 0.3) << x;
+    }
 }
 
 TEST(MiniSPLChart, EqualReadingsHaveTwoDecibelsAroundThem)
@@ -115,7 +151,8 @@ TEST(MiniSPLChart, ZonesHaveTheirColours)
     for (const Zone zone : {Zone::onTarget, Zone::under, Zone::over, Zone::silent}) {
         const auto levels = readings({80, 81, 80, 81}, zone);
         const QImage image = drawn(chart, levels);
-        EXPECT_GT(pixelsOf(image, mixed(shades.zone(zone), page, 0.42), 3), image.width() * image.height() / 2)
+        EXPECT_GT(pixelsOf(image, mixed(shades.zone(zone), page, 0.42), 3),
+                  image.width() * image.height() / 2)
             << static_cast<int>(zone);
     }
 }
@@ -216,14 +253,14 @@ protected:
 TEST_F(SessionRowTest, IsAsHighAsWhatItShows)
 {
     const Date start = moment("2026-06-20T09:00:00Z");
+    const SessionRowView::Heights heights;
     for (const int count : {0, 1, 2, 400}) {
         for (const bool isMonitored : {false, true}) {
             Session session = sampleSession(start, count);
             if (!isMonitored)
                 session.monitoringTarget = 0;
             row.show(session, 20);
-            EXPECT_EQ(row.layout()->sizeHint().height(), SessionRowView::heightOf(session))
-                << count << isMonitored;
+            EXPECT_EQ(row.layout()->sizeHint().height(), heights.of(session)) << count << isMonitored;
         }
     }
 }

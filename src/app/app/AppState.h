@@ -210,7 +210,7 @@ public:
     static std::string shortPresetLabel(const std::string& presetID);
 
     /// The calendar that the hub was given answers for another time zone now.
-    void timeZoneChanged() { scheduleMidnightReset(); }
+    void timeZoneChanged();
 
     /// Brings the services back in step with what an import wrote to the store and to the disk.
     void refreshAfterTovikImport();

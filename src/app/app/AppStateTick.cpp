@@ -28,8 +28,10 @@ void AppState::startSPLFeed()
 void AppState::followClock()
 {
     const Date now = m_loop.now();
-    if (now < m_lastTickTime)
+    if (now < m_lastTickTime) {
         scheduleMidnightReset();
+        announceChange();
+    }
     m_lastTickTime = now;
 }
 
@@ -80,6 +82,13 @@ void AppState::scheduleMidnightReset()
     m_midnightResetTimer.reset();
     if (const auto midnight = m_calendar.nextMidnight(m_loop.now()))
         m_midnightResetTimer = m_loop.at(*midnight, [this] { performDailyReset(); });
+}
+
+void AppState::timeZoneChanged()
+{
+    scheduleMidnightReset();
+    // What is shown by days is shown by others now.
+    announceChange();
 }
 
 // A session that runs over midnight stays open; its later dose counts into the new day.

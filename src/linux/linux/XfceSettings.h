@@ -20,8 +20,8 @@ namespace velmor {
 /// Whether a call was answered by nobody, which says nothing of what was asked for.
 bool isUnanswered(const QDBusError& error);
 
-/// Properties of Xfce's configuration, for as long as they change. What it has stored counts in Xfce's own session
-/// only: elsewhere nothing is told. Main thread.
+/// Properties of Xfce's configuration, for as long as they change. What it has stored counts in Xfce's own
+/// session only: elsewhere nothing is told. Main thread.
 class XfceSettings final : public QObject
 {
     Q_OBJECT
@@ -35,8 +35,8 @@ public:
         bool operator==(const Property&) const = default;
     };
 
-    /// \param value absent for a property that there is not. \param hasChanged false for the answer to a question, as
-    /// it stood before.
+    /// \param value absent for a property that there is not. \param hasChanged false for the answer to a
+    /// question, as it stood before.
     using Told =
         std::function<void(std::size_t property, const std::optional<QVariant>& value, bool hasChanged)>;
 

@@ -87,18 +87,25 @@ void CalendarDayCell::paintEvent(QPaintEvent*)
         painter.setBrush(withOpacity(shades.fill(*tint), doseOpacity));
         painter.drawEllipse(inner);
     }
-    if (m_day.isAnchor || m_isCursor || m_day.isToday) {
-        QPen pen(m_day.isAnchor || m_isCursor ? shades.blue : shades.secondaryText, markWidth);
-        if (m_day.isAnchor)
-            pen.setDashPattern({2, 2});
-        painter.setPen(pen);
-        painter.setBrush(Qt::NoBrush);
-        if (m_isCursor)
-            painter.drawRoundedRect(cell.adjusted(1, 1, -1, -1), cellRadius, cellRadius);
-        if (m_day.isAnchor || m_day.isToday)
-            painter.drawEllipse(inner);
+    painter.setBrush(Qt::NoBrush);
+    if (m_day.isToday) {
+        painter.setPen(QPen(shades.secondaryText, markWidth));
+        painter.drawEllipse(inner);
     }
-    painter.setFont(fontOf(TextStyle::label, m_day.isToday || isEnd ? TextWeight::strong : TextWeight::regular));
+    if (m_isCursor) {
+        painter.setPen(QPen(shades.blue, markWidth));
+        painter.drawRoundedRect(cell.adjusted(1, 1, -1, -1), cellRadius, cellRadius);
+    }
+    if (m_day.isAnchor) {
+        QPen pen(shades.blue, markWidth);
+        pen.setDashPattern({2, 2});
+        painter.setPen(pen);
+        // Inside of today's mark where it is both.
+        const double inset = m_day.isToday ? 2.5 : 0;
+        painter.drawEllipse(inner.adjusted(inset, inset, -inset, -inset));
+    }
+    painter.setFont(
+        fontOf(TextStyle::label, m_day.isToday || isEnd ? TextWeight::strong : TextWeight::regular));
     painter.setPen(m_day.isFuture ? shades.tertiaryText : shades.text);
     painter.drawText(cell, Qt::AlignCenter, text());
 }

@@ -26,8 +26,8 @@ struct CalendarDay
     bool operator==(const CalendarDay&) const = default;
 };
 
-/// The number of a day on a tint of its dose, marked where it is chosen. The mouse passes through: the grid it lies in
-/// tells taps from drags.
+/// The number of a day on a tint of its dose, marked where it is chosen. The mouse passes through: the grid
+/// it lies in tells taps from drags.
 class CalendarDayCell final : public QAbstractButton
 {
 public:

@@ -24,8 +24,8 @@ constexpr int dragEndMilliseconds = 50;
 
 } // namespace
 
-CalendarGrid::CalendarGrid(HistorySelection& selection, const LocaleDates& dates, std::function<QDate()> today,
-                           std::function<void()> onChange)
+CalendarGrid::CalendarGrid(HistorySelection& selection, const LocaleDates& dates,
+                           std::function<QDate()> today, std::function<void()> onChange)
     : m_selection(selection)
     , m_dates(dates)
     , m_today(std::move(today))
@@ -79,6 +79,8 @@ void CalendarGrid::refresh(const DailyDoses& doses)
             name += fmt::format(", dose {:.1f}%", day.dose);
         if (day.isInRange)
             name += ", selected";
+        if (day.isAnchor)
+            name += ", start of the selection";
         m_cells[i]->show(day, QString::fromStdString(name));
     }
     showCursor();
@@ -108,6 +110,7 @@ void CalendarGrid::mousePressEvent(QMouseEvent* event)
     if (event->button() != Qt::LeftButton)
         return;
     m_pressed = event->position();
+    m_calDragStart.reset();
     m_isCursorShown = false;
     showCursor();
 }
@@ -116,8 +119,7 @@ void CalendarGrid::mouseMoveEvent(QMouseEvent* event)
 {
     if (!m_pressed)
         return;
-    const bool isFar =
-        QLineF(*m_pressed, event->position()).length() >= QApplication::startDragDistance();
+    const bool isFar = QLineF(*m_pressed, event->position()).length() >= QApplication::startDragDistance();
     if (!m_calDragStart && !isFar)
         return;
     if (!m_calDragStart) {
@@ -133,8 +135,11 @@ void CalendarGrid::dragTo(const QPointF& point)
     const std::optional<QDate> day = dayAt(point);
     if (!day || !m_calDragStart)
         return;
+    const DayRange before = m_selection.range();
+    const bool hadAnchor = m_selection.anchor().has_value();
     m_selection.drag(*m_calDragStart, *day, m_today());
-    m_onChange();
+    if (hadAnchor || m_selection.range() != before)
+        m_onChange();
 }
 
 void CalendarGrid::mouseReleaseEvent(QMouseEvent* event)
@@ -206,7 +211,9 @@ void CalendarGrid::showCursor()
 
 void CalendarGrid::focusInEvent(QFocusEvent* event)
 {
-    m_isCursorShown = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    // A window that becomes the active one again has its mark where it was.
+    if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
+        m_isCursorShown = true;
     showCursor();
     QWidget::focusInEvent(event);
 }

@@ -15,9 +15,9 @@
 
 namespace velmor {
 
-/// The days of a month. A tap chooses a day and a second one a span; a drag chooses a span at once; arrow keys move the
-/// chosen day, with Shift they extend, Home and End go to the ends of the week, Page Up and Page Down by a month, the
-/// space bar taps. Main thread.
+/// The days of a month. A tap chooses a day and a second one a span; a drag chooses a span at once; arrow
+/// keys move the chosen day, with Shift they extend, Home and End go to the ends of the week, Page Up and
+/// Page Down by a month, the space bar taps. Main thread.
 class CalendarGrid final : public QWidget
 {
 public:
@@ -25,7 +25,8 @@ public:
     static constexpr double columnGap = 2.0;
     static constexpr int rows = 6; ///< A month has no more weeks.
 
-    /// \param today tells the present day. \param onChange is called after each gesture that has changed the selection.
+    /// \param today tells the present day. \param onChange is called after each gesture that has changed the
+    /// selection.
     CalendarGrid(HistorySelection& selection, const LocaleDates& dates, std::function<QDate()> today,
                  std::function<void()> onChange);
 

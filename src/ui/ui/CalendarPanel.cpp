@@ -106,7 +106,8 @@ QWidget* CalendarPanel::makeSparklineLegend()
     auto* const layout = new QVBoxLayout(legend);
     layout->setContentsMargins(static_cast<int>(spacing::hair), 0, 0, 0);
     layout->setSpacing(static_cast<int>(spacing::hair));
-    layout->addWidget(new TextLabel("Session chart", TextStyle::caption, TextWeight::strong, Tint::secondary));
+    layout->addWidget(
+        new TextLabel("Session chart", TextStyle::caption, TextWeight::strong, Tint::secondary));
     layout->addWidget(new LegendRow(LegendRow::Mark::dot, Zone::onTarget, "On target"));
     layout->addWidget(new LegendRow(LegendRow::Mark::band, Zone::under, "Under target"));
     layout->addWidget(new LegendRow(LegendRow::Mark::band, Zone::over, "Over target"));

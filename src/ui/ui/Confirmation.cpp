@@ -126,16 +126,21 @@ bool Confirmation::eventFilter(QObject* watched, QEvent* event)
 }
 
 /// What lies below is out of reach while the question stands.
-bool Confirmation::focusNextPrevChild(bool)
+bool Confirmation::focusNextPrevChild(bool isNext)
 {
+    // Once it is hidden the keyboard goes elsewhere.
+    if (!isVisible())
+        return QWidget::focusNextPrevChild(isNext);
     (m_cancel->hasFocus() ? m_confirm : m_cancel)->setFocus(Qt::TabFocusReason);
     return true;
 }
 
 void Confirmation::hideEvent(QHideEvent* event)
 {
-    if (m_focusBefore)
+    if (m_focusBefore && m_focusBefore->isVisible())
         m_focusBefore->setFocus();
+    else if (QWidget* const focused = focusWidget())
+        focused->clearFocus();
     m_focusBefore = nullptr;
     QWidget::hideEvent(event);
 }

@@ -33,7 +33,8 @@ DisciplineStrip::DisciplineStrip(QWidget* parent)
     setFixedHeight(stripHeight());
     auto* const title = new QHBoxLayout;
     title->setSpacing(static_cast<int>(spacing::tight));
-    title->addWidget(new TextLabel("Monitoring Discipline", TextStyle::label, TextWeight::regular, Tint::secondary));
+    title->addWidget(
+        new TextLabel("Monitoring Discipline", TextStyle::label, TextWeight::regular, Tint::secondary));
     title->addWidget(m_score, 1);
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -44,7 +45,8 @@ DisciplineStrip::DisciplineStrip(QWidget* parent)
 
 int DisciplineStrip::stripHeight()
 {
-    return static_cast<int>(lineHeight(TextStyle::label) + gap + barHeight + gap + lineHeight(TextStyle::caption));
+    return static_cast<int>(lineHeight(TextStyle::label) + gap + barHeight + gap +
+                            lineHeight(TextStyle::caption));
 }
 
 void DisciplineStrip::show(const Session& session)

@@ -10,7 +10,8 @@
 
 namespace velmor {
 
-/// How a session's time was spent around its reference level: the share on target, a bar of the times, their legend.
+/// How a session's time was spent around its reference level: the share on target, a bar of the times, their
+/// legend.
 class DisciplineStrip final : public QWidget
 {
 public:

@@ -31,7 +31,9 @@ std::string percent(double value)
 
 HistoryStat totalDose(const HistoryFigures& figures)
 {
-    return {"Total dose", percent(figures.totalDose), Tint::secondary,
+    return {"Total dose",
+            percent(figures.totalDose),
+            Tint::secondary,
             {"Total dose",
              "Sum of all daily doses across the selected range. This number grows with every extra day — "
              "7 days × 33%/day = 231% — so a high total is expected and not alarming on its own. Use Avg per "
@@ -41,27 +43,33 @@ HistoryStat totalDose(const HistoryFigures& figures)
 
 HistoryStat avgPerDay(const HistoryFigures& figures)
 {
-    return {"Avg per day", percent(figures.avgDailyDose), doseColor(figures.avgDailyDose),
-            {"Avg per day",
-             "Total dose divided by the number of selected days. This is the primary risk indicator — compare "
-             "it to the 100% daily budget (8 hours at 85 dBA, NIOSH REL). Colored by dose level:",
-             {{Tint::green, fmt::format("0–{:.0f}% — Safe", cautionDose)},
-              {Tint::yellow, fmt::format("{:.0f}–{:.0f}% — Caution", cautionDose, warningDose)},
-              {Tint::orange, fmt::format("{:.0f}–{:.0f}% — Warning", warningDose, dangerDose)},
-              {Tint::red, fmt::format(">{:.0f}% — Danger", dangerDose)}}}};
+    return {
+        "Avg per day",
+        percent(figures.avgDailyDose),
+        doseColor(figures.avgDailyDose),
+        {"Avg per day",
+         "Total dose divided by the number of selected days. This is the primary risk indicator — compare "
+         "it to the 100% daily budget (8 hours at 85 dBA, NIOSH REL). Colored by dose level:",
+         {{Tint::green, fmt::format("0–{:.0f}% — Safe", cautionDose)},
+          {Tint::yellow, fmt::format("{:.0f}–{:.0f}% — Caution", cautionDose, warningDose)},
+          {Tint::orange, fmt::format("{:.0f}–{:.0f}% — Warning", warningDose, dangerDose)},
+          {Tint::red, fmt::format(">{:.0f}% — Danger", dangerDose)}}}};
 }
 
 HistoryStat euWeekly(const HistoryFigures& figures)
 {
-    HistoryStat stat{euWeeklyLabel, "≥5 days needed", Tint::dim,
-                     {"EU weekly level (L𝒈,w)",
-                      "Equivalent continuous A-weighted level averaged over a 5-day working week (ISO 9612 / "
-                      "EU 2003/10/EC). All selected days are energy-summed then normalised to 5, so the value "
-                      "stays comparable to the 85 dBA daily limit regardless of how many days you select. "
-                      "Requires at least 5 days.",
-                      {{Tint::green, "< 80 dBA — safe, no action required"},
-                       {Tint::orange, "80–84 dBA — lower action value: provide hearing protection"},
-                       {Tint::red, "≥ 85 dBA — upper action value: wearing protection is mandatory"}}}};
+    HistoryStat stat{
+        euWeeklyLabel,
+        "≥5 days needed",
+        Tint::dim,
+        {"EU weekly level (L𝒈,w)",
+         "Equivalent continuous A-weighted level averaged over a 5-day working week (ISO 9612 / "
+         "EU 2003/10/EC). All selected days are energy-summed then normalised to 5, so the value "
+         "stays comparable to the 85 dBA daily limit regardless of how many days you select. "
+         "Requires at least 5 days.",
+         {{Tint::green, "< 80 dBA — safe, no action required"},
+          {Tint::orange, "80–84 dBA — lower action value: provide hearing protection"},
+          {Tint::red, "≥ 85 dBA — upper action value: wearing protection is mandatory"}}}};
     if (const auto level = figures.euWeeklyLevel) {
         stat.value = fmt::format("{:.1f} dBA", *level);
         stat.color = *level >= 85 ? Tint::red : *level >= 80 ? Tint::orange : Tint::green;
@@ -71,7 +79,9 @@ HistoryStat euWeekly(const HistoryFigures& figures)
 
 HistoryStat onTarget(const HistoryFigures& figures)
 {
-    HistoryStat stat{"On target", "≥30s needed", Tint::dim,
+    HistoryStat stat{"On target",
+                     "≥30s needed",
+                     Tint::dim,
                      {"On target",
                       "The share of your monitoring time across the range spent inside your reference band "
                       "(target ± tolerance). Silent breaks are excluded so a long pause doesn't deflate it. "
@@ -89,31 +99,33 @@ HistoryStat onTarget(const HistoryFigures& figures)
 
 HistoryStat peakDBA(const HistoryFigures& figures)
 {
-    return {"Peak dBA",
-            figures.rangePeakSPL ? fmt::format("{:.0f} dBA", *figures.rangePeakSPL) : "—",
-            Tint::secondary,
-            {"Peak dBA",
-             "Highest instantaneous A-weighted sound level recorded during any session in the range. "
-             "A-weighting reflects human hearing sensitivity. Values above 115 dBA are an EU regulatory limit "
-             "under Directive 2003/10/EC — even a single momentary peak at that level is a violation.",
-             {{Tint::green, "< 115 dBA — within limits"},
-              {Tint::red, "≥ 115 dBA — EU instantaneous peak limit exceeded"}}}};
+    return {
+        "Peak dBA",
+        figures.rangePeakSPL ? fmt::format("{:.0f} dBA", *figures.rangePeakSPL) : "—",
+        Tint::secondary,
+        {"Peak dBA",
+         "Highest instantaneous A-weighted sound level recorded during any session in the range. "
+         "A-weighting reflects human hearing sensitivity. Values above 115 dBA are an EU regulatory limit "
+         "under Directive 2003/10/EC — even a single momentary peak at that level is a violation.",
+         {{Tint::green, "< 115 dBA — within limits"},
+          {Tint::red, "≥ 115 dBA — EU instantaneous peak limit exceeded"}}}};
 }
 
 HistoryStat peakDBC(const HistoryFigures& figures)
 {
     const auto peak = figures.rangePeakDBC;
-    return {"Peak dBC",
-            peak ? fmt::format("{:.0f} dBC", *peak) : "—",
-            peak ? peakColor(*peak) : Tint::dim,
-            {"Peak dBC",
-             "Highest C-weighted peak across all sessions in the range. C-weighting is nearly flat from 31 Hz "
-             "to 8 kHz, capturing the full physical energy of drum hits, transients, and low-frequency "
-             "impulses that A-weighting underreports. EU 2003/10/EC mandates C-weighted peak (LCpeak) "
-             "monitoring alongside dose.",
-             {{Tint::green, "< 135 dBC — safe"},
-              {Tint::orange, "≥ 135 dBC — action value: hearing protection must be available"},
-              {Tint::red, "≥ 140 dBC — limit value: must not be exceeded"}}}};
+    return {
+        "Peak dBC",
+        peak ? fmt::format("{:.0f} dBC", *peak) : "—",
+        peak ? peakColor(*peak) : Tint::dim,
+        {"Peak dBC",
+         "Highest C-weighted peak across all sessions in the range. C-weighting is nearly flat from 31 Hz "
+         "to 8 kHz, capturing the full physical energy of drum hits, transients, and low-frequency "
+         "impulses that A-weighting underreports. EU 2003/10/EC mandates C-weighted peak (LCpeak) "
+         "monitoring alongside dose.",
+         {{Tint::green, "< 135 dBC — safe"},
+          {Tint::orange, "≥ 135 dBC — action value: hearing protection must be available"},
+          {Tint::red, "≥ 140 dBC — limit value: must not be exceeded"}}}};
 }
 
 HistoryStat impulses(const HistoryFigures& figures)
@@ -183,10 +195,15 @@ double cumulativeFill(const HistoryFigures& figures)
     return std::clamp(figures.totalDose / (figures.rangeDays * 100.0), 0.0, 1.0);
 }
 
-std::vector<ChartDay> chartDays(const DailyDoses& doses, const DayRange& range, const LocaleDates& dates)
+DayRange chartRange(const DayRange& range, QDate today)
 {
     const bool isWeek = range.days() >= leastDaysOfWeekChart;
-    const DayRange shown = isWeek ? DayRange{doses.today.addDays(1 - weekDays), doses.today} : range;
+    return isWeek ? DayRange{today.addDays(1 - weekDays), today} : range;
+}
+
+std::vector<ChartDay> chartDays(const DailyDoses& doses, const DayRange& range, const LocaleDates& dates)
+{
+    const DayRange shown = chartRange(range, doses.today);
     std::vector<ChartDay> days;
     for (QDate day = shown.first; day <= shown.last; day = day.addDays(1)) {
         const std::string label = day == doses.today ? "·" : dates.text(day, "ddd");
@@ -204,8 +221,7 @@ ChartHeaderLabel chartHeaderLabel(const DailyDoses& doses, const DayRange& range
     }
     const double dose = doses.dose(*hoveredChartDay);
     const int count = doses.days.sessionCount(*hoveredChartDay);
-    return {dates.text(*hoveredChartDay, "ddd d MMM"),
-            dose < leastShownDose ? "No data" : percent(dose),
+    return {dates.text(*hoveredChartDay, "ddd d MMM"), dose < leastShownDose ? "No data" : percent(dose),
             count > 0 ? sessionCountText(static_cast<std::size_t>(count)) : "", ""};
 }
 

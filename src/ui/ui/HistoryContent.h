@@ -72,7 +72,10 @@ struct ChartDay
     bool operator==(const ChartDay&) const = default;
 };
 
-/// The days of a range below 15 days, and otherwise the last seven.
+/// The days that the chart shows: those of a range below 15 days, and otherwise the last seven.
+DayRange chartRange(const DayRange& range, QDate today);
+
+/// The bars of those days.
 std::vector<ChartDay> chartDays(const DailyDoses& doses, const DayRange& range, const LocaleDates& dates);
 
 /// The line above the chart: what it shows, and at its end what to do, or the day under the pointer.

@@ -30,7 +30,8 @@ struct DayRange
 /// The range of two days, in whatever order.
 DayRange rangeBetween(QDate one, QDate other);
 
-/// The finished sessions of a history by the day that they began in. Valid for as long as the history stays as it is.
+/// The finished sessions of a history by the day that they began in. Valid for as long as the history stays
+/// as it is.
 class HistoryDays
 {
 public:

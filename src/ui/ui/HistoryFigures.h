@@ -18,9 +18,9 @@ struct HistoryFigures
     double totalDose = 0;
     double avgDailyDose = 0;
 
-    /// The weekly exposure level in dBA after ISO 9612: of the level that each day's dose stands for over 8 hours with
-    /// an exchange rate of 3 dB, over five working days however many are chosen. Absent for fewer than five days and
-    /// where no day has a dose.
+    /// The weekly exposure level in dBA after ISO 9612: of the level that each day's dose stands for over 8
+    /// hours with an exchange rate of 3 dB, over five working days however many are chosen. Absent for fewer
+    /// than five days and where no day has a dose.
     std::optional<double> euWeeklyLevel;
 
     // Of finished sessions.

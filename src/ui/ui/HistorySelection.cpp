@@ -79,6 +79,15 @@ void HistorySelection::extendTo(QDate day, QDate today)
     show(chosen);
 }
 
+void HistorySelection::bound(QDate today)
+{
+    for (QDate* const day : {&m_range.first, &m_range.last, &m_origin, &m_cursor})
+        *day = std::min(*day, today);
+    if (m_anchor)
+        m_anchor = std::min(*m_anchor, today);
+    m_displayedMonth = std::min(m_displayedMonth, firstOfMonth(today));
+}
+
 void HistorySelection::showNextMonth(QDate today)
 {
     if (!isAtCurrentOrFutureMonth(today))

@@ -11,8 +11,8 @@
 
 namespace velmor {
 
-/// The days that the history window is about, and how taps, drags, keys and presets choose them. All calls are given
-/// the present day: no later one is ever chosen.
+/// The days that the history window is about, and how taps, drags, keys and presets choose them. All calls
+/// are given the present day: no later one is ever chosen.
 class HistorySelection
 {
 public:
@@ -42,6 +42,9 @@ public:
 
     /// The span from where the last choice began to a day, for the keys that extend.
     void extendTo(QDate day, QDate today);
+
+    /// The present day has become an earlier one, by the clock or the time zone: nothing later stays chosen.
+    void bound(QDate today);
 
     /// The day that keys move from.
     QDate cursor() const { return m_cursor; }

@@ -37,7 +37,7 @@ HistoryWindowView::HistoryWindowView(AppState& hub, SessionReportSharing& sharin
                                            .onHover =
                                                [this](const std::optional<QDate>& day) {
                                                    m_hoveredChartDay = day;
-                                                   m_summary->refreshChart(doses(), m_selection.range(), day);
+                                                   refreshChart();
                                                },
                                            .onSelect =
                                                [this](QDate day) {
@@ -61,11 +61,11 @@ HistoryWindowView::HistoryWindowView(AppState& hub, SessionReportSharing& sharin
           m_selection, m_dates, [this] { return m_today; }, [this] { selectionChanged(); }))
     , m_deletion(new Confirmation(*this, "Delete session?", "Delete",
                                   [this] {
-                                      const std::vector<Session>& history = m_hub.sessionManager.sessionHistory;
-                                      const auto found =
-                                          std::ranges::find(history, m_sessionToDelete, [](const Session& session) {
-                                              return std::optional(session.id);
-                                          });
+                                      const std::vector<Session>& history =
+                                          m_hub.sessionManager.sessionHistory;
+                                      const auto found = std::ranges::find(
+                                          history, m_sessionToDelete,
+                                          [](const Session& session) { return std::optional(session.id); });
                                       if (found != history.end())
                                           m_hub.deleteSession(Session(*found));
                                   }))
@@ -106,25 +106,30 @@ DailyDoses HistoryWindowView::doses() const
 
 void HistoryWindowView::historyChanged()
 {
+    m_today = dayOf(m_hub.now(), m_hub.calendar());
+    m_todayDose = m_hub.doseCalculator.dosePercentage;
+    m_zone = m_hub.calendar().zoneName();
     m_days = HistoryDays(m_hub.sessionManager.sessionHistory.get(), m_hub.calendar());
-    selectionChanged();
+    m_selection.bound(m_today);
+    showRange();
+    m_calendar->refresh(doses());
 }
 
 void HistoryWindowView::selectionChanged()
 {
     m_calendar->refresh(doses());
-    showRange();
+    // Another month on show chooses nothing.
+    if (m_shownRange != m_selection.range())
+        showRange();
 }
 
 void HistoryWindowView::followHub()
 {
     const QDate today = dayOf(m_hub.now(), m_hub.calendar());
     const double todayDose = m_hub.doseCalculator.dosePercentage;
-    const std::string zone = m_hub.calendar().zoneName();
-    if (zone != m_zone) {
-        m_zone = zone;
-        m_today = today;
+    if (today < m_today || m_hub.calendar().zoneName() != m_zone) {
         historyChanged();
+        return;
     }
     if (today == m_today && todayDose == m_todayDose)
         return;
@@ -132,15 +137,24 @@ void HistoryWindowView::followHub()
     m_todayDose = todayDose;
     m_calendar->refresh(doses());
     m_summary->refresh(doses(), m_selection.range(), m_rangeSessions);
+    refreshChart();
+}
+
+void HistoryWindowView::refreshChart()
+{
+    // The bar under the pointer may be gone.
+    if (m_hoveredChartDay && !chartRange(m_selection.range(), m_today).contains(*m_hoveredChartDay))
+        m_hoveredChartDay.reset();
     m_summary->refreshChart(doses(), m_selection.range(), m_hoveredChartDay);
 }
 
 void HistoryWindowView::showRange()
 {
     const DayRange& range = m_selection.range();
+    m_shownRange = range;
     m_rangeSessions = m_days.sessions(range);
-    m_summary->refresh(doses(), range, m_rangeSessions);
-    m_summary->refreshChart(doses(), range, m_hoveredChartDay);
+    // The list first: a button that is disabled gives the keyboard away, which moves rows, and the sessions
+    // that those were made from may be gone.
     std::vector<SessionList::Group> groups;
     for (const SessionGroup& group : groupedRangeSessions(m_rangeSessions, m_days, m_dates)) {
         groups.push_back({group.title, {}});
@@ -148,6 +162,8 @@ void HistoryWindowView::showRange()
             groups.back().rows.push_back({session, m_days.cumulativeDayDose(*session)});
     }
     m_list->show(std::move(groups));
+    m_summary->refresh(doses(), range, m_rangeSessions);
+    refreshChart();
 }
 
 void HistoryWindowView::exportCSV()

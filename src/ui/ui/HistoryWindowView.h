@@ -23,7 +23,8 @@
 
 namespace velmor {
 
-/// What a span of days on a calendar adds up to, and its sessions. What is chosen is lost with the window. Main thread.
+/// What a span of days on a calendar adds up to, and its sessions. What is chosen is lost with the window.
+/// Main thread.
 class HistoryWindowView final : public QWidget
 {
 public:
@@ -36,6 +37,7 @@ private:
     void selectionChanged();
     void followHub();
     void showRange();
+    void refreshChart();
     void exportCSV();
     QIcon dawIcon(const std::string& name);
     void keyPressEvent(QKeyEvent* event) override;
@@ -49,6 +51,7 @@ private:
     std::string m_zone;
     HistorySelection m_selection;
     HistoryDays m_days;
+    std::optional<DayRange> m_shownRange;
     std::vector<const Session*> m_rangeSessions;
     std::optional<QDate> m_hoveredChartDay;
     std::map<std::string, QIcon> m_dawIcons;

@@ -40,8 +40,8 @@ void LegendRow::paintEvent(QPaintEvent*)
         painter.drawRect(QRectF(0, (height() - bandHeight) / 2, bandWidth, bandHeight));
     }
     painter.setPen(shades.secondaryText);
-    painter.drawText(QRectF(rect()).adjusted(bandWidth + spacing::tight, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter,
-                     accessibleName());
+    painter.drawText(QRectF(rect()).adjusted(bandWidth + spacing::tight, 0, 0, 0),
+                     Qt::AlignLeft | Qt::AlignVCenter, accessibleName());
 }
 
 } // namespace velmor

@@ -53,7 +53,10 @@ std::string LocaleDates::mediumDate(QDate day) const
 std::string LocaleDates::shortTime(Date date, const Calendar& calendar) const
 {
     const LocalTime time = calendar.localTime(date);
-    return m_locale.toString(QTime(time.hour, time.minute), QLocale::ShortFormat).toStdString();
+    // Without a language Qt's short form has seconds.
+    const QString form = m_locale.language() == QLocale::C ? QStringLiteral("HH:mm")
+                                                           : m_locale.timeFormat(QLocale::ShortFormat);
+    return m_locale.toString(QTime(time.hour, time.minute), form).toStdString();
 }
 
 std::string LocaleDates::text(QDate day, const char* form) const

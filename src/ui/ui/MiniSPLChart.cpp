@@ -10,6 +10,7 @@
 #include <QPolygonF>
 
 #include <algorithm>
+#include <cmath>
 
 namespace velmor {
 
@@ -22,6 +23,37 @@ constexpr double lineOpacity = 0.85;
 constexpr double lineWidth = 1.25;
 constexpr double peakRadius = 2.5;
 constexpr double stripOpacity = 0.15;
+
+/// A line of more points than there are pixels is drawn column by column, from its lowest to its highest
+/// there: that looks the same, and the stroke of a day's readings would hold up a list that is scrolled.
+void drawColumns(QPainter& painter, const QPolygonF& line, const QColor& colour, double column)
+{
+    auto first = line.begin();
+    double before = first->y();
+    while (first != line.end()) {
+        const double index = std::floor(first->x() / column);
+        double top = std::min(before, first->y());
+        double bottom = std::max(before, first->y());
+        for (; first != line.end() && std::floor(first->x() / column) == index; ++first) {
+            top = std::min(top, first->y());
+            bottom = std::max(bottom, first->y());
+            before = first->y();
+        }
+        painter.fillRect(QRectF(index * column, top - lineWidth / 2, column, bottom - top + lineWidth),
+                         colour);
+    }
+}
+
+void drawLine(QPainter& painter, const QPolygonF& line, const QColor& colour)
+{
+    const double pixels = painter.clipBoundingRect().width() * painter.device()->devicePixelRatioF();
+    if (static_cast<double>(line.size()) > pixels) {
+        drawColumns(painter, line, colour, 1 / painter.device()->devicePixelRatioF());
+        return;
+    }
+    painter.setPen(QPen(colour, lineWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawPolyline(line);
+}
 
 } // namespace
 
@@ -97,8 +129,10 @@ void MiniSPLChart::draw(QPainter& painter) const
         return;
     }
     painter.setClipPath(outline);
-    const Date start = m_readings.front().timestamp;
-    const double seconds = std::max(secondsBetween(start, m_readings.back().timestamp), 1e-9);
+    // In a session over which the clock was set back the last reading need not be the latest.
+    const auto [earliest, latest] = std::ranges::minmax(m_readings, {}, &SPLReading::timestamp);
+    const Date start = earliest.timestamp;
+    const double seconds = std::max(secondsBetween(start, latest.timestamp), 1e-9);
     const Domain domain = chartDomain(m_readings);
     const auto x = [&](Date moment) { return secondsBetween(start, moment) / seconds * width(); };
     const auto y = [&](double dBA) { return (domain.high - dBA) / (domain.high - domain.low) * height(); };
@@ -113,8 +147,7 @@ void MiniSPLChart::draw(QPainter& painter) const
     line.reserve(static_cast<qsizetype>(m_readings.size()));
     for (const SPLReading& reading : m_readings)
         line.append({x(reading.timestamp), y(reading.dBA)});
-    painter.setPen(QPen(withOpacity(shades.text, lineOpacity), lineWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.drawPolyline(line);
+    drawLine(painter, line, withOpacity(shades.text, lineOpacity));
     const SPLReading& peak = *std::ranges::max_element(m_readings, {}, &SPLReading::dBA);
     painter.setPen(Qt::NoPen);
     painter.setBrush(shades.red);

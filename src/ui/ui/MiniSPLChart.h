@@ -21,7 +21,8 @@ public:
 
     explicit MiniSPLChart(QWidget* parent = nullptr);
 
-    /// One reading is no line. \param readings oldest first; they stay where they are for as long as they are shown.
+    /// One reading is no line. \param readings oldest first; they stay where they are for as long as they are
+    /// shown.
     void show(std::span<const SPLReading> readings);
 
     static bool hasChart(std::span<const SPLReading> readings) { return readings.size() > 1; }

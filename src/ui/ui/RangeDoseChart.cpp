@@ -41,8 +41,12 @@ RangeDoseChart::RangeDoseChart(std::function<void(const std::optional<QDate>&)> 
     setFixedHeight(plotHeight + static_cast<int>(labelGap + labelHeight()));
 }
 
-void RangeDoseChart::show(std::vector<ChartDay> days, const std::optional<QDate>& hoveredChartDay)
+void RangeDoseChart::show(std::vector<ChartDay> days, const std::optional<QDate>& hoveredChartDay,
+                          const std::string& hoveredText)
 {
+    const QString description = QString::fromStdString(hoveredText);
+    if (description != accessibleDescription())
+        setAccessibleDescription(description);
     if (days == m_days && hoveredChartDay == m_hoveredChartDay)
         return;
     if (days != m_days) {
@@ -74,7 +78,8 @@ void RangeDoseChart::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setFont(fontOf(TextStyle::caption));
-    const double step = static_cast<double>(width()) / static_cast<double>(std::max<std::size_t>(m_days.size(), 1));
+    const double step =
+        static_cast<double>(width()) / static_cast<double>(std::max<std::size_t>(m_days.size(), 1));
     for (std::size_t i = 0; i < m_days.size(); ++i) {
         const ChartDay& day = m_days[i];
         const bool isHovered = m_hoveredChartDay == day.date;
@@ -107,10 +112,10 @@ std::optional<std::size_t> RangeDoseChart::indexAt(double x) const
 
 std::optional<std::size_t> RangeDoseChart::hovered() const
 {
-    const auto found = std::ranges::find(m_days, m_hoveredChartDay, [](const ChartDay& day) {
-        return std::optional(day.date);
-    });
-    return found != m_days.end() ? std::optional(static_cast<std::size_t>(found - m_days.begin())) : std::nullopt;
+    const auto found = std::ranges::find(m_days, m_hoveredChartDay,
+                                         [](const ChartDay& day) { return std::optional(day.date); });
+    return found != m_days.end() ? std::optional(static_cast<std::size_t>(found - m_days.begin()))
+                                 : std::nullopt;
 }
 
 void RangeDoseChart::mouseMoveEvent(QMouseEvent* event)
@@ -119,10 +124,16 @@ void RangeDoseChart::mouseMoveEvent(QMouseEvent* event)
     m_onHover(index ? std::optional(m_days[*index].date) : std::nullopt);
 }
 
+void RangeDoseChart::mousePressEvent(QMouseEvent* event)
+{
+    m_pressed = indexAt(event->position().x());
+}
+
 void RangeDoseChart::mouseReleaseEvent(QMouseEvent* event)
 {
     const auto index = indexAt(event->position().x());
-    if (event->button() == Qt::LeftButton && index && rect().contains(event->position().toPoint()))
+    if (event->button() == Qt::LeftButton && index && index == m_pressed &&
+        rect().contains(event->position().toPoint()))
         m_onSelect(m_days[*index].date);
 }
 
@@ -146,9 +157,20 @@ void RangeDoseChart::keyPressEvent(QKeyEvent* event)
         QWidget::keyPressEvent(event);
 }
 
+void RangeDoseChart::focusInEvent(QFocusEvent* event)
+{
+    // The keys that come next have a bar to go from, and the user sees where.
+    const bool isByKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    if (isByKey && !hovered() && !m_days.empty())
+        m_onHover(m_days.back().date);
+    QWidget::focusInEvent(event);
+}
+
 void RangeDoseChart::focusOutEvent(QFocusEvent* event)
 {
-    m_onHover(std::nullopt);
+    // The mark of the keys stays while another window is the active one.
+    if (event->reason() != Qt::ActiveWindowFocusReason && event->reason() != Qt::PopupFocusReason)
+        m_onHover(std::nullopt);
     QWidget::focusOutEvent(event);
 }
 

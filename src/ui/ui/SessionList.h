@@ -9,12 +9,13 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <vector>
 
 namespace velmor {
 
-/// Sessions in groups under a head that scrolls with them. However many there are, rows are made for those that are
-/// seen, and used again. Arrow keys go from row to row. Main thread.
+/// Sessions in groups under a head that scrolls with them. However many there are, rows are made for those
+/// that are seen, and used again. Arrow keys go from row to row. Main thread.
 class SessionList final : public QAbstractScrollArea
 {
 public:
@@ -56,22 +57,31 @@ private:
     void scrollContentsBy(int dx, int dy) override;
     void keyPressEvent(QKeyEvent* event) override;
 
+    void arrange();
     void place();
     void showSeen();
+    void showItem(std::size_t index);
     QWidget* shown(const Item& item);
     void putAway(QWidget* widget);
+    void orderTabs();
+    std::map<std::size_t, QWidget*>::const_iterator focusedItem() const;
+    void keepKeyboard(const Uuid& session, std::size_t place);
+    bool hasKeyboard(const QWidget& widget) const;
     void ensureVisible(const QWidget& widget);
     void moveFocus(int direction);
+    std::optional<std::size_t> nextRow(std::size_t index, int direction) const;
     int contentHeight() const;
 
     QWidget* m_head;
     std::function<SessionRowView*()> m_makeRow;
     std::vector<Group> m_groups;
     std::vector<Item> m_items;
-    std::map<std::size_t, QWidget*> m_shown; ///< By the item's index.
+    std::map<std::size_t, QWidget*> m_shown;      ///< By the item's index.
+    std::map<Uuid, SessionRowView*> m_formerRows; ///< While other sessions come in.
     std::vector<SessionRowView*> m_spareRows;
     std::vector<TextLabel*> m_spareTitles;
     std::size_t m_rowsMade = 0;
+    bool m_isChanging = false;
 };
 
 } // namespace velmor

@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -64,8 +63,8 @@ SessionRowView::SessionRowView(const Needs& needs)
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(padding, padding, padding, padding);
     layout->setSpacing(gap);
-    for (QWidget* const part : {header, static_cast<QWidget*>(m_chart), m_stats, health,
-                                static_cast<QWidget*>(m_discipline)})
+    for (QWidget* const part :
+         {header, static_cast<QWidget*>(m_chart), m_stats, health, static_cast<QWidget*>(m_discipline)})
         layout->addWidget(part);
     connect(m_menuButton, &CommandButton::clicked, this,
             [this] { popUpMenu(m_menuButton->mapToGlobal(QPoint(0, m_menuButton->height()))); });
@@ -105,7 +104,8 @@ QWidget* SessionRowView::makeHealth()
 {
     auto* const health = new QWidget;
     QHBoxLayout* const layout = lineOf(*health, lineHeight(TextStyle::label), spacing::item);
-    layout->addWidget(new TextLabel("Hearing Health", TextStyle::label, TextWeight::regular, Tint::secondary));
+    layout->addWidget(
+        new TextLabel("Hearing Health", TextStyle::label, TextWeight::regular, Tint::secondary));
     layout->addStretch(1);
     m_dayDose->keepRoomFor("1000.0% day");
     m_sessionDose->keepRoomFor("1000.0% session");
@@ -117,21 +117,26 @@ QWidget* SessionRowView::makeHealth()
     return health;
 }
 
-int SessionRowView::heightOf(const Session& session)
+SessionRowView::Heights::Heights()
+    : m_line(lineHeight(TextStyle::label))
+    , m_strip(DisciplineStrip::stripHeight())
+{}
+
+int SessionRowView::Heights::of(const Session& session) const
 {
     const bool hasChart = MiniSPLChart::hasChart(session.readings);
-    int height = 2 * padding + headerHeight + gap + lineHeight(TextStyle::label);
+    int height = 2 * padding + headerHeight + gap + m_line;
     height += gap + (hasChart ? MiniSPLChart::chartHeight : MiniSPLChart::stripHeight);
     if (hasChart)
-        height += gap + lineHeight(TextStyle::label);
+        height += gap + m_line;
     if (session.hasMonitoringDisciplineData())
-        height += gap + DisciplineStrip::stripHeight();
+        height += gap + m_strip;
     return height;
 }
 
 void SessionRowView::show(const Session& session, double cumulativeDayDose)
 {
-    m_session = &session;
+    m_sessionID = session.id;
     const Calendar& calendar = m_needs.hub.calendar();
     const QIcon icon = m_needs.dawIcon(session.dawName);
     if (icon.isNull())
@@ -159,21 +164,21 @@ void SessionRowView::show(const Session& session, double cumulativeDayDose)
     setAccessibleName(QString::fromStdString(rowName(session, calendar, m_needs.dates)));
 }
 
+void SessionRowView::forget()
+{
+    m_sessionID.reset();
+    m_chart->show({});
+}
+
 void SessionRowView::popUpMenu(const QPoint& place)
 {
-    if (!m_session)
+    if (!m_sessionID)
         return;
     auto* const menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    // The history may change while it is open.
-    const auto add = [&](const char* label, void (SessionRowView::*perform)(const Session&)) {
+    const auto add = [&](const char* label, void (SessionRowView::*command)(const Session&)) {
         connect(menu->addAction(QString::fromUtf8(label)), &QAction::triggered, this,
-                [this, id = m_session->id, perform] {
-                    const std::vector<Session>& history = m_needs.hub.sessionManager.sessionHistory;
-                    const auto found = std::ranges::find(history, id, &Session::id);
-                    if (found != history.end())
-                        (this->*perform)(*found);
-                });
+                [this, id = *m_sessionID, command] { perform(id, command); });
     };
     add("Open Report", &SessionRowView::openReport);
     add("Save Report…", &SessionRowView::saveReportDirect);
@@ -181,6 +186,15 @@ void SessionRowView::popUpMenu(const QPoint& place)
     menu->addSeparator();
     add("Delete Session", &SessionRowView::deleteSession);
     menu->popup(place);
+}
+
+void SessionRowView::perform(const Uuid& sessionID, void (SessionRowView::*command)(const Session&))
+{
+    // The history may have changed while the menu was open.
+    const std::vector<Session>& history = m_needs.hub.sessionManager.sessionHistory;
+    const auto found = std::ranges::find(history, sessionID, &Session::id);
+    if (found != history.end())
+        (this->*command)(*found);
 }
 
 void SessionRowView::openReport(const Session& session)
@@ -220,17 +234,18 @@ void SessionRowView::paintEvent(QPaintEvent*)
 void SessionRowView::contextMenuEvent(QContextMenuEvent* event)
 {
     // By the keyboard it comes where the button is.
-    popUpMenu(event->reason() == QContextMenuEvent::Mouse ? event->globalPos()
-                                                         : m_menuButton->mapToGlobal(QPoint(0, m_menuButton->height())));
+    popUpMenu(event->reason() == QContextMenuEvent::Mouse
+                  ? event->globalPos()
+                  : m_menuButton->mapToGlobal(QPoint(0, m_menuButton->height())));
 }
 
 void SessionRowView::keyPressEvent(QKeyEvent* event)
 {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (m_session && isReturn)
-        openReport(*m_session);
-    else if (m_session && event->key() == Qt::Key_Delete)
-        deleteSession(*m_session);
+    if (m_sessionID && isReturn)
+        perform(*m_sessionID, &SessionRowView::openReport);
+    else if (m_sessionID && event->key() == Qt::Key_Delete)
+        perform(*m_sessionID, &SessionRowView::deleteSession);
     else
         QWidget::keyPressEvent(event);
 }

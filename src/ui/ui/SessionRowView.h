@@ -16,11 +16,12 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 
 namespace velmor {
 
-/// A finished session: its times, levels, dose and discipline, and its commands. A row can be given another session.
-/// Main thread.
+/// A finished session: its times, levels, dose and discipline, and its commands. A row can be given another
+/// session. Main thread.
 class SessionRowView final : public QWidget
 {
 public:
@@ -35,24 +36,36 @@ public:
 
     explicit SessionRowView(const Needs& needs);
 
-    /// \param session stays where it is for as long as it is shown. \param cumulativeDayDose percent, of the day up to
-    /// and including this session.
+    /// \param session its readings stay where they are for as long as it is shown. \param cumulativeDayDose
+    /// percent, of the day up to and including this session.
     void show(const Session& session, double cumulativeDayDose);
 
-    /// Null after forget().
-    const Session* session() const { return m_session; }
+    /// Absent after forget().
+    const std::optional<Uuid>& sessionID() const { return m_sessionID; }
 
     /// Lets go of the session.
-    void forget() { m_session = nullptr; }
+    void forget();
 
-    /// How high a session's row is, in logical pixels.
-    static int heightOf(const Session& session);
+    /// How high rows are, in logical pixels.
+    class Heights
+    {
+    public:
+        Heights();
+        int of(const Session& session) const;
+
+    private:
+        int m_line;
+        int m_strip;
+    };
 
     // The commands of its menu.
     void openReport(const Session& session);
     void saveReportDirect(const Session& session);
     void shareReport(const Session& session);
     void deleteSession(const Session& session);
+
+    /// What opens the menu, which the keyboard comes to after the row.
+    QWidget* menuButton() const { return m_menuButton; }
 
     /// The commands, beside the button or at a place on the screen.
     void popUpMenu(const QPoint& place);
@@ -61,6 +74,7 @@ private:
     QWidget* makeHeader();
     QWidget* makeStats();
     QWidget* makeHealth();
+    void perform(const Uuid& sessionID, void (SessionRowView::*command)(const Session&));
     void paintEvent(QPaintEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
@@ -68,7 +82,7 @@ private:
     void focusOutEvent(QFocusEvent* event) override;
 
     Needs m_needs;
-    const Session* m_session = nullptr;
+    std::optional<Uuid> m_sessionID;
     SymbolView* m_dawIcon;
     TextLabel* m_name;
     TextLabel* m_times;

@@ -37,6 +37,8 @@ StatInfoPopover::StatInfoPopover(const StatInfoContent& content, QWidget* parent
     : QWidget(parent, Qt::Popup | Qt::FramelessWindowHint)
 {
     setAttribute(Qt::WA_DeleteOnClose);
+    // The click that closes it would open it again where it falls on the button.
+    setAttribute(Qt::WA_NoMouseReplay);
     setAccessibleName(QString::fromStdString(content.title));
     setAccessibleDescription(QString::fromStdString(content.detail));
     const Shades& shades = shadesOf(appearanceOf(palette()));

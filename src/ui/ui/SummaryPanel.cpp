@@ -7,6 +7,8 @@
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 
+#include <string>
+
 namespace velmor {
 
 namespace {
@@ -42,7 +44,8 @@ SummaryPanel::SummaryPanel(const LocaleDates& dates, const Callbacks& callbacks)
     , m_chartSessions(caption())
     , m_chartHint(caption(Tint::tertiary))
     , m_chart(new RangeDoseChart(callbacks.onHover, callbacks.onSelect))
-    , m_empty(new TextLabel("No sessions in this range", TextStyle::label, TextWeight::regular, Tint::secondary))
+    , m_empty(
+          new TextLabel("No sessions in this range", TextStyle::label, TextWeight::regular, Tint::secondary))
 {
     m_export->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     m_export->setFixedWidth(m_export->widthOfLabel());
@@ -138,7 +141,13 @@ void SummaryPanel::refreshChart(const DailyDoses& doses, const DayRange& range,
     m_chartDose->say(label.dose);
     m_chartSessions->say(label.sessions);
     m_chartHint->say(label.hint);
-    m_chart->show(chartDays(doses, range, m_dates), hoveredChartDay);
+    std::string hovered;
+    if (hoveredChartDay) {
+        hovered = label.caption + ", " + label.dose;
+        if (!label.sessions.empty())
+            hovered += ", " + label.sessions;
+    }
+    m_chart->show(chartDays(doses, range, m_dates), hoveredChartDay, hovered);
 }
 
 } // namespace velmor

@@ -31,10 +31,12 @@ public:
 
     SummaryPanel(const LocaleDates& dates, const Callbacks& callbacks);
 
-    void refresh(const DailyDoses& doses, const DayRange& range, const std::vector<const Session*>& rangeSessions);
+    void refresh(const DailyDoses& doses, const DayRange& range,
+                 const std::vector<const Session*>& rangeSessions);
 
     /// The bars and the line above them.
-    void refreshChart(const DailyDoses& doses, const DayRange& range, const std::optional<QDate>& hoveredChartDay);
+    void refreshChart(const DailyDoses& doses, const DayRange& range,
+                      const std::optional<QDate>& hoveredChartDay);
 
 private:
     void resizeEvent(QResizeEvent* event) override;
