@@ -26,6 +26,15 @@ protected:
         const auto* const row = dynamic_cast<const SessionRowView*>(window->focusWidget());
         return row ? row->sessionID() : std::nullopt;
     }
+
+    /// The six days before today.
+    std::vector<Session> tenADay() const
+    {
+        std::vector<Session> many;
+        for (int i = 0; i < 60; ++i)
+            many.push_back(session(i / 10 + 1, 3, static_cast<unsigned>(i)));
+        return many;
+    }
 };
 
 TEST_F(SessionListTest, ASessionIsDeletedOnlyAfterTheQuestion)
@@ -82,9 +91,7 @@ TEST_F(SessionListTest, AHistoryThatChangesUnderARowWithTheKeyboardIsShownAsItIs
 
 TEST_F(SessionListTest, TabGoesFromRowToRowHoweverTheyCameThere)
 {
-    std::vector<Session> many;
-    for (int i = 0; i < 60; ++i)
-        many.push_back(session(i / 10 + 1, 3, static_cast<unsigned>(i)));
+    const std::vector<Session> many = tenADay();
     posed.history(many);
     open();
     auto& list = part<SessionList>();
@@ -110,9 +117,7 @@ TEST_F(SessionListTest, TabGoesFromRowToRowHoweverTheyCameThere)
 
 TEST_F(SessionListTest, TabGoesOnFromARowThatIsOutOfSight)
 {
-    std::vector<Session> many;
-    for (int i = 0; i < 60; ++i)
-        many.push_back(session(i / 10 + 1, 3, static_cast<unsigned>(i)));
+    const std::vector<Session> many = tenADay();
     posed.history(many);
     open();
     auto& list = part<SessionList>();
@@ -136,9 +141,7 @@ TEST_F(SessionListTest, TabGoesOnFromARowThatIsOutOfSight)
 
 TEST_F(SessionListTest, AHistoryThatEndsUnderTheExportButtonLeavesNothingBehind)
 {
-    std::vector<Session> many;
-    for (int i = 0; i < 60; ++i)
-        many.push_back(session(i / 10 + 1, 3, static_cast<unsigned>(i)));
+    const std::vector<Session> many = tenADay();
     posed.history(many);
     open();
     window->activateWindow();
