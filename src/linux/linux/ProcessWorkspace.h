@@ -5,6 +5,7 @@
 #include <linux/DesktopEntries.h>
 #include <linux/ProcessEndWatch.h>
 #include <linux/ProcessInfo.h>
+#include <linux/UrlHandlers.h>
 #include <linux/UrlOpener.h>
 #include <platform/Workspace.h>
 
@@ -47,6 +48,7 @@ public:
     std::optional<std::filesystem::path> applicationLocation(const std::string& bundleID) const override;
     std::optional<ApplicationIcon> icon(const std::filesystem::path& location) const override;
 
+    bool hasApplicationToOpen(const std::string& url) const override { return hasUrlHandler(url); }
     void open(const std::string& url) override { m_opener.open(url); }
 
     /// Looks for processes that have come and gone since the last time, as the timer does.

@@ -54,6 +54,9 @@ public:
     /// The icon of what applicationLocation() gave; absent where it has none.
     virtual std::optional<ApplicationIcon> icon(const std::filesystem::path& location) const = 0;
 
+    /// Whether a program is there for such URLs. It is not started by the question.
+    virtual bool hasApplicationToOpen(const std::string& url) const = 0;
+
     /// Has the program that is there for such URLs open this one. Nobody is told how that went. URLs are
     /// opened in the order of the calls.
     virtual void open(const std::string& url) = 0;
@@ -72,6 +75,7 @@ public:
         return std::nullopt;
     }
     std::optional<ApplicationIcon> icon(const std::filesystem::path&) const override { return std::nullopt; }
+    bool hasApplicationToOpen(const std::string&) const override { return false; }
     void open(const std::string&) override {}
 };
 
