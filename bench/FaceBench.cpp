@@ -21,6 +21,7 @@
 #include <ui/SessionList.h>
 #include <ui/SessionReportSharing.h>
 #include <ui/SessionReportWindowRoot.h>
+#include <ui/SettingsView.h>
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -297,6 +298,42 @@ void scrollTheYear(benchmark::State& state)
 BENCHMARK(scrollTheYear)->Iterations(1000)->Unit(benchmark::kMillisecond);
 
 /// The same of sessions of eight hours each, as charts of many readings take longest.
+/// From the command to the window that has been painted, on the Audio tab.
+void openSettings(benchmark::State& state)
+{
+    test::PosedHub posed;
+    posed.history(test::year());
+    for (auto _ : state) {
+        auto window = std::make_unique<SettingsView>(*posed.hub, posed.host.defaults, posed.host.workspace);
+        window->show();
+        while (!window->windowHandle()->isExposed())
+            QCoreApplication::processEvents();
+        window->repaint();
+        state.PauseTiming();
+        window.reset();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(openSettings)->Iterations(20)->Unit(benchmark::kMillisecond);
+
+/// A new level while the Audio tab is open, until it has been painted: ten a second are the most.
+void readingInSettings(benchmark::State& state)
+{
+    test::PosedHub posed;
+    posed.session("REAPER");
+    SettingsView window(*posed.hub, posed.host.defaults, posed.host.workspace);
+    window.show();
+    while (!window.windowHandle()->isExposed())
+        QCoreApplication::processEvents();
+    int tenth = 0;
+    for (auto _ : state) {
+        test::setLevels(*posed.hub, 70 + ++tenth % 200 / 10.0, 84);
+        window.select(SettingsTab::audio);
+        QCoreApplication::processEvents();
+    }
+}
+BENCHMARK(readingInSettings)->Iterations(200)->Unit(benchmark::kMillisecond);
+
 void scrollLongSessions(benchmark::State& state)
 {
     OpenedHistory history(2880);

@@ -11,15 +11,13 @@
 #include <support/LiveLoop.h>
 #include <support/PrivateAudioSession.h>
 #include <support/Sound.h>
+#include <support/VirtualRoom.h>
 #include <support/WriteSound.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
-#include <complex>
 #include <memory>
-#include <numbers>
 #include <string>
 #include <vector>
 
@@ -27,27 +25,6 @@ namespace velmor {
 namespace {
 
 using namespace MicCalibration;
-
-/// The room between loudspeaker and microphone: a lift of 5 dB at 1.5 kHz and a dip of 4 dB at 6 kHz.
-constexpr double roomFrequencies[] = {1500, 6000};
-constexpr double roomGains[] = {5, -4};
-constexpr double roomQ = 0.7;
-
-/// Its gain, dB, by the formula of the audio EQ cookbook's peaking filter.
-double roomGainDB(double frequency, double sampleRate)
-{
-    double gain = 0;
-    const std::complex<double> z = std::polar(1.0, -2 * std::numbers::pi * frequency / sampleRate);
-    for (int i = 0; i < 2; ++i) {
-        const double w = 2 * std::numbers::pi * roomFrequencies[i] / sampleRate;
-        const double alpha = std::sin(w) / (2 * roomQ);
-        const double a = std::pow(10, roomGains[i] / 40);
-        const auto numerator = 1 + alpha * a - 2 * std::cos(w) * z + (1 - alpha * a) * z * z;
-        const auto denominator = 1 + alpha / a - 2 * std::cos(w) * z + (1 - alpha / a) * z * z;
-        gain += 20 * std::log10(std::abs(numerator / denominator));
-    }
-    return gain;
-}
 
 /// Everything real but the loudspeaker, the room and the microphone: what is played on "monitors" is heard by
 /// "testmic".
@@ -61,8 +38,7 @@ protected:
             // Without its packages there is nothing real to test against; where CI runs they are installed.
             GTEST_SKIP() << "no PipeWire can be started here: " << session.problem();
         }
-        session.createNode("monitors", "Audio/Sink", "FL FR");
-        session.createMicrophone("testmic");
+        room.createDevices();
         graph = std::make_unique<PipeWireGraph>(loop);
         ASSERT_TRUE(runUntil([this] { return graph->defaultSink() && graph->defaultSource(); }));
         capture = std::make_unique<PipeWireCapture>(loop, *graph);
@@ -82,41 +58,8 @@ protected:
         graph.reset();
     }
 
-    static bool link(const std::string& from, const std::string& to)
-    {
-        return test::PrivateAudioSession::waitUntil([&] {
-            return test::run({"pw-link", from, to}).status == 0;
-        });
-    }
-
-    /// What is played on the loudspeaker goes to the microphone through the room.
-    void linkThroughRoom()
-    {
-        std::string nodes;
-        for (int i = 0; i < 2; ++i)
-            nodes += "{ type = builtin name = eq" + std::to_string(i) +
-                     " label = bq_peaking control = { Freq = " + std::to_string(roomFrequencies[i]) +
-                     " Q = " + std::to_string(roomQ) + " Gain = " + std::to_string(roomGains[i]) + " } } ";
-        test::writeFile(session / "room.conf",
-                        "context.spa-libs = { audio.convert.* = audioconvert/libspa-audioconvert "
-                        "support.* = support/libspa-support }\n"
-                        "context.modules = [ { name = libpipewire-module-protocol-native } "
-                        "{ name = libpipewire-module-client-node } { name = libpipewire-module-adapter } "
-                        "{ name = libpipewire-module-filter-chain args = { node.description = Room "
-                        "filter.graph = { nodes = [ " +
-                            nodes +
-                            "] links = [ { output = \"eq0:Out\" input = \"eq1:In\" } ] } "
-                            "audio.channels = 1 audio.position = [ MONO ] "
-                            "capture.props = { node.name = room.in node.autoconnect = false } "
-                            "playback.props = { node.name = room.out node.autoconnect = false } } } ]\n");
-        room = std::make_unique<test::Companion>(
-            std::vector<std::string>{"pipewire", "-c", session / "room.conf"}, session / "room.log");
-        ASSERT_TRUE(link("monitors:monitor_FL", "room.in:input_MONO"))
-            << test::contentOf(session / "room.log");
-        ASSERT_TRUE(link("room.out:output_MONO", "testmic:input_FL"));
-    }
-
-    void linkDirectly() { ASSERT_TRUE(link("monitors:monitor_FL", "testmic:input_FL")); }
+    void linkThroughRoom() { room.linkThroughRoom(); }
+    void linkDirectly() { room.linkDirectly(); }
 
     MicCalibrationState state() const { return hub->micResponseService.state.get(); }
 
@@ -187,7 +130,7 @@ protected:
 
     test::PrivateAudioSession session;
     const test::QuietLines quietLines;
-    std::unique_ptr<test::Companion> room;
+    test::VirtualRoom room{session};
     MemoryDefaultsStore defaults;
     Calendar calendar = Calendar::inZone("UTC").value();
     test::FakeNotificationCenter notifications;
@@ -211,16 +154,12 @@ TEST_F(LiveCalibrationTest, MeasuresTheInverseOfAKnownRoomSavesItAndTurnsItOn)
     EXPECT_TRUE(defaults.get<DefaultsData>("micCorrectionProfile"));
     EXPECT_EQ(defaults.get<bool>("micFreqCorrectionEnabled"), true);
 
-    // The correction keeps the level of 400 Hz to 16 kHz, taken over the bins.
-    double mean = 0;
-    for (int bin = 17; bin <= 682; ++bin)
-        mean += roomGainDB(bin * 48000.0 / 2048, 48000) / (682 - 17 + 1);
     int compared = 0;
     for (const FrequencyCurvePoint& point : profile.correctionCurve) {
         const double frequency = static_cast<double>(point.frequency);
         if (frequency < 400 || frequency > 12000)
             continue;
-        EXPECT_NEAR(static_cast<double>(point.gainDB), mean - roomGainDB(frequency, 48000), 1.0)
+        EXPECT_NEAR(static_cast<double>(point.gainDB), test::VirtualRoom::correctionDB(frequency, 48000), 1.0)
             << frequency << " Hz";
         ++compared;
     }

@@ -185,6 +185,9 @@ public:
     /// The chain that is measured with now.
     InputChain inputChain() const;
 
+    /// The name of the selected input.
+    std::string inputName() const;
+
     /// Brings the trust in the figures up to date at once; by itself it follows in the next turn of the loop.
     void updateCalibrationTrust();
 
@@ -232,7 +235,6 @@ private:
     double correctionGain() const;
     int usedChannel(const std::optional<AudioDevice>& device) const;
     std::optional<AudioDevice> usedInput() const;
-    std::string inputName() const;
     std::string outputName() const;
     void setupURLs(const Host& host);
     void followForWidgets();

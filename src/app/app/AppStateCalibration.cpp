@@ -94,6 +94,8 @@ bool AppState::startTargetCalibration()
         return false;
     if (calibratorService.isListening())
         calibratorService.cancel();
+    // Noise that plays already may play on another output.
+    pinkNoisePlayer.stop();
     return targetCalibrationService.start(pinkNoisePlayer, settings.selectedOutputDeviceUID.get());
 }
 

@@ -5,14 +5,10 @@
 
 namespace velmor {
 
-namespace {
-
-bool isBuiltIn(const std::string& bundleID)
+bool DAWDetectionService::isBuiltIn(const std::string& bundleID)
 {
     return Constants::knownDAWBundleIDs.contains(bundleID);
 }
-
-} // namespace
 
 DAWDetectionService::DAWDetectionService(Workspace& workspace, DefaultsStore& defaults)
     : m_workspace(workspace)

@@ -37,6 +37,9 @@ public:
     /// Display names of all that is watched for.
     const NamesByBundleID& watchedBundleIDs() const { return m_watchedBundleIDs; }
 
+    /// Whether a program is of the fixed table.
+    static bool isBuiltIn(const std::string& bundleID);
+
     /// Watches for one more, or gives a custom one another name. Does nothing for a program of the fixed
     /// table. One that is running already is noticed at its next launch.
     void addCustomDAW(const std::string& bundleID, const std::string& name);

@@ -3,9 +3,7 @@
 
 #include <ui/IconResolver.h>
 
-#include <QFocusEvent>
 #include <QFontMetricsF>
-#include <QKeyEvent>
 #include <QPainter>
 #include <QString>
 
@@ -34,6 +32,7 @@ double heightOf(CommandButton::Form form)
     case CommandButton::Form::above:
         return aboveHeight;
     case CommandButton::Form::plain:
+    case CommandButton::Form::onCard:
         return plainHeight;
     case CommandButton::Form::alone:
         return aloneSide;
@@ -53,8 +52,6 @@ TextStyle textStyle(CommandButton::Form form)
 CommandButton::CommandButton(Form form, const char* label, const char* symbol)
     : m_form(form)
 {
-    setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFixedHeight(static_cast<int>(heightOf(form)));
     if (isSymbolAlone(form))
@@ -93,51 +90,37 @@ QSize CommandButton::sizeHint() const
     return {static_cast<int>(iconSide::header), height()};
 }
 
-void CommandButton::focusInEvent(QFocusEvent* event)
-{
-    const Qt::FocusReason reason = event->reason();
-    if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason)
-        m_isFocusShown = true;
-    // After a menu, a question or another window it is as it was before.
-    else if (reason == Qt::MouseFocusReason)
-        m_isFocusShown = false;
-    QAbstractButton::focusInEvent(event);
-}
-
-void CommandButton::keyPressEvent(QKeyEvent* event)
-{
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
-        click();
-    else
-        QAbstractButton::keyPressEvent(event);
-}
-
 void CommandButton::paintEvent(QPaintEvent*)
 {
     const Shades& shades = shadesOf(appearanceOf(palette()));
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const bool isUnderPointer = isEnabled() && underMouse();
-    if (isDown() || isUnderPointer || m_form == Form::beside || m_form == Form::plain) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(isDown()         ? shades.controlPressed
-                         : isUnderPointer ? shades.controlUnderPointer
-                                          : shades.control);
-        painter.drawRoundedRect(rect(), radius::control, radius::control);
+    const bool isOnCard = m_form == Form::onCard;
+    if (isDown() || isUnderPointer || m_form == Form::beside || m_form == Form::plain || isOnCard) {
+        painter.setPen(isOnCard ? QPen(shades.hairline, 1) : QPen(Qt::NoPen));
+        painter.setBrush(isDown() || (isUnderPointer && isOnCard) ? shades.controlPressed
+                         : isUnderPointer || isOnCard             ? shades.controlUnderPointer
+                                                                  : shades.control);
+        const double inset = isOnCard ? 0.5 : 0;
+        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), radius::control,
+                                radius::control);
     }
-    if (hasFocus() && m_isFocusShown) {
-        constexpr double line = 1.5;
-        painter.setPen(QPen(shades.blue, line));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(line / 2, line / 2, -line / 2, -line / 2),
-                                radius::control, radius::control);
-    }
+    paintRing(painter, rect(), radius::control);
     const QColor ink = shades.ink(isEnabled() ? m_tint : Tint::tertiary);
     const QFontMetricsF metrics(font());
     painter.setPen(ink);
     painter.setFont(font());
-    if (m_form == Form::plain) {
-        painter.drawText(rect(), Qt::AlignCenter, text());
+    if (m_form == Form::plain || isOnCard) {
+        QRectF place = rect();
+        if (!m_symbol.empty()) {
+            constexpr double side = iconSide::control;
+            const double inner = side + spacing::tight + metrics.horizontalAdvance(text());
+            const QRectF before((width() - inner) / 2, (height() - side) / 2, side, side);
+            IconResolver::draw(painter, before, m_symbol, ink);
+            place.setLeft(place.left() + side + spacing::tight);
+        }
+        painter.drawText(place, Qt::AlignCenter, text());
         return;
     }
     const double side = m_form == Form::small ? iconSide::inText : iconSide::control;

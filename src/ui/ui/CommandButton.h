@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <ui/RingButton.h>
 #include <ui/Style.h>
-
-#include <QAbstractButton>
 
 #include <string>
 
 namespace velmor {
 
 /// One of the popover's commands: a symbol beside its label, or above it.
-class CommandButton final : public QAbstractButton
+class CommandButton final : public RingButton
 {
 public:
     enum class Form {
         beside, ///< For the commands of the moment.
         above,  ///< Small, for those that lead elsewhere.
-        plain,  ///< The label alone, in the middle.
+        plain,  ///< The label in the middle, and its symbol if it has one.
+        onCard, ///< The same on a card, whose ground is that of a plain one.
         alone,  ///< The symbol alone; the label is its tip.
         small   ///< The same beside a line of small text.
     };
@@ -36,13 +36,10 @@ public:
 
 private:
     void paintEvent(QPaintEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
 
     Form m_form;
     std::string m_symbol;
     Tint m_tint = Tint::primary;
-    bool m_isFocusShown = false;
 };
 
 } // namespace velmor

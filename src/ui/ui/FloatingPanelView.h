@@ -5,6 +5,7 @@
 #include <ui/ActiveSessionSection.h>
 #include <ui/DisciplineSection.h>
 #include <ui/DoseSection.h>
+#include <ui/EmptyStateHint.h>
 #include <ui/Gates.h>
 #include <ui/LevelSection.h>
 #include <ui/PauseBanner.h>
@@ -14,20 +15,24 @@
 
 #include <QWidget>
 
+#include <functional>
+
 namespace velmor {
 
-/// The live measurements that the user has chosen for the floating panel. Follows the hub while it is shown.
+/// The live measurements that the user has chosen for the floating panel, or where they are chosen. Follows
+/// the hub while it is shown.
 class FloatingPanelView final : public QWidget
 {
 public:
-    static constexpr auto title = "Velmor Measurements";
-
-    explicit FloatingPanelView(AppState& appState);
+    /// \param onLayoutChange is called back when a section has come or gone.
+    FloatingPanelView(AppState& appState, std::function<void()> onLayoutChange);
 
     void refresh();
 
+    /// What all that it shows takes.
+    QSize fittingSize() const;
+
 private:
-    void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
     AppState& m_appState;
@@ -39,6 +44,9 @@ private:
     StatisticsSection* m_statistics;
     ActiveSessionSection* m_activeSession;
     TodaySection* m_today;
+    EmptyStateHint* m_hint;
+    std::function<void()> m_onLayoutChange;
+    int m_layoutSignature = 0;
     RefreshLimit m_refreshes;
     Subscription m_changes;
 };

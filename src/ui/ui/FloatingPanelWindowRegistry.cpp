@@ -3,6 +3,8 @@
 
 #include <ui/EventWatch.h>
 
+#include <QTimer>
+
 #include <utility>
 
 namespace velmor {
@@ -28,9 +30,17 @@ void FloatingPanelWindowRegistry::show(AppState& hub)
             isOpen = false;
         });
     }
+    QTimer::singleShot(0, &m_turns, [this] { resizePanelToContent(); });
     m_panel->show();
     m_panel->raise();
     isOpen = true;
+}
+
+void FloatingPanelWindowRegistry::resizePanelToContent()
+{
+    const int height = m_panel ? m_panel->sizeHint().height() : 0;
+    if (height > 0)
+        m_panel->resize(m_panel->width(), height);
 }
 
 void FloatingPanelWindowRegistry::toggle(AppState& hub)

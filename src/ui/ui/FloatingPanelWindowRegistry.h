@@ -27,9 +27,13 @@ public:
     /// Closes an open panel; shows it otherwise.
     void toggle(AppState& hub);
 
+    /// As high as what it shows, with the top edge where it is.
+    void resizePanelToContent();
+
 private:
     std::function<QWidget*(AppState&)> m_makePanel;
     QPointer<QWidget> m_panel;
+    QObject m_turns; ///< What is left for a later turn ends with it.
 };
 
 } // namespace velmor

@@ -9,8 +9,9 @@
 
 namespace velmor {
 
-LevelSection::LevelSection(AppState& hub)
-    : m_spl(new TextLabel(TextStyle::title, TextWeight::strong, Tint::primary))
+LevelSection::LevelSection(AppState& hub, Form form)
+    : m_form(form)
+    , m_spl(new TextLabel(TextStyle::title, TextWeight::strong, Tint::primary))
     , m_dBC(new TextLabel(TextStyle::value, TextWeight::regular, Tint::secondary, Qt::AlignRight))
     , m_noteSymbol(new SymbolView)
     , m_note(new TextLabel(TextStyle::label, TextWeight::regular, Tint::yellow, Qt::AlignRight))
@@ -39,8 +40,9 @@ void LevelSection::refresh(const AppState& hub)
 {
     const double spl = hub.audioService.currentSPL;
     const double dBC = hub.audioService.currentDBC;
-    m_spl->say(levelText(spl, "dBA"));
-    m_dBC->say(levelText(dBC, "dBC"));
+    const bool hasLevel = m_form == Form::digest || hub.audioService.isRunning;
+    m_spl->say(levelText(hasLevel ? std::optional(spl) : std::nullopt, "dBA"));
+    m_dBC->say(levelText(hasLevel ? std::optional(dBC) : std::nullopt, "dBC"));
     const std::optional<SymbolText> note = lowFrequencyNote(spl, dBC);
     m_noteSymbol->setAccessibleName(!note                        ? QString()
                                     : note->tint == Tint::orange ? QStringLiteral("Large low-frequency gap")

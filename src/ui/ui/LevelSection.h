@@ -14,11 +14,15 @@ namespace velmor {
 class LevelSection final : public QWidget
 {
 public:
-    explicit LevelSection(AppState& hub);
+    /// In the panel there is no level while nothing is measured.
+    enum class Form { digest, panel };
+
+    explicit LevelSection(AppState& hub, Form form = Form::digest);
 
     void refresh(const AppState& hub);
 
 private:
+    Form m_form;
     TextLabel* m_spl;
     TextLabel* m_dBC;
     SymbolView* m_noteSymbol;

@@ -8,9 +8,8 @@
 
 namespace velmor {
 
-StatisticsSection::StatisticsSection(QWidget* parent)
-    : QWidget(parent)
-    , m_leqCells{new StatisticCell("Leq 1m", "Equivalent level of the last minute"),
+StatisticsSection::StatisticsSection(const char* title)
+    : m_leqCells{new StatisticCell("Leq 1m", "Equivalent level of the last minute"),
                  new StatisticCell("Leq 10m", "Equivalent level of the last ten minutes"),
                  new StatisticCell("Leq 30m", "Equivalent level of the last half hour")}
     , m_lnCells{new StatisticCell("L10", "Exceeded for 10% of the time: peaks"),
@@ -28,7 +27,7 @@ StatisticsSection::StatisticsSection(QWidget* parent)
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(static_cast<int>(spacing::hair) + 2);
-    layout->addWidget(new SectionTitle("Statistics", "chart.line.uptrend.xyaxis"));
+    layout->addWidget(new SectionTitle(title, "chart.line.uptrend.xyaxis"));
     layout->addLayout(grid);
 }
 

@@ -14,7 +14,7 @@ namespace velmor {
 class StatisticsSection final : public QWidget
 {
 public:
-    explicit StatisticsSection(QWidget* parent = nullptr);
+    explicit StatisticsSection(const char* title = "Statistics");
 
     void refresh(const LeqStatisticsService& statistics);
 

@@ -3,10 +3,10 @@
 
 #include <ui/BringToFront.h>
 #include <ui/EventWatch.h>
-#include <ui/FloatingPanelView.h>
+#include <ui/FloatingPanelWindow.h>
 #include <ui/HistoryWindowView.h>
-#include <ui/LaterScene.h>
 #include <ui/SessionReportWindowRoot.h>
+#include <ui/SettingsView.h>
 #include <ui/UpdateWindow.h>
 
 #include <QApplication>
@@ -34,7 +34,7 @@ VelmorApp::VelmorApp(const Needs& needs)
     , m_delegate(needs.defaults, notifications, needs.makeWelcome)
     , m_checkForUpdates(needs.updater)
     , m_sharing(needs.hub, needs.shareServices, needs.caches)
-    , m_panelRegistry([](AppState& hub) { return new FloatingPanelView(hub); })
+    , m_panelRegistry([this](AppState& hub) { return new FloatingPanelWindow(hub, m_defaults); })
     , m_popover(new MenuBarView(needs.hub, m_checkForUpdates, m_panelRegistry, scenes(),
                                 [this] { m_popover.close(); }))
     , m_trayItem(needs.hub, needs.colorSchemes, scenes(),
@@ -96,7 +96,7 @@ void VelmorApp::openScene(QPointer<QWidget>& window, const std::function<QWidget
 
 void VelmorApp::openSettings()
 {
-    openScene(m_settings, [] { return new LaterScene(LaterScene::settings()); });
+    openScene(m_settings, [this] { return new SettingsView(m_hub, m_defaults, m_workspace); });
 }
 
 void VelmorApp::openHistory()

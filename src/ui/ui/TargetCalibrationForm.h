@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <app/AppState.h>
+#include <integrations/VeskIntegration.h>
+#include <ui/StateRows.h>
+#include <ui/TextLabel.h>
+
+#include <QLineEdit>
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+#include <string>
+
+namespace velmor {
+
+/// Leads to the position of the monitor controller at which the reference level is heard, and tells which it
+/// was.
+class TargetCalibrationForm final : public QWidget
+{
+public:
+    struct Needs
+    {
+        AppState& hub;
+        VeskIntegration& vesk;
+        std::function<void(const std::string& url)> openUrl;
+    };
+
+    explicit TargetCalibrationForm(const Needs& needs);
+
+    void refresh();
+
+private:
+    std::string rowsNow() const;
+    void addRows();
+    void addNotYetCalibratedRow();
+    void addPlayingRow();
+    void addCapturedRow(double measuredSPL);
+    void addSavedConfirmationRow();
+    void addSavedRow(const TargetCalibrationRecord& record);
+    void addSendToVesk(const TargetCalibrationRecord& record);
+    void cancel();
+    void followReading();
+    std::optional<TargetCalibrationRecord> record() const;
+
+    Needs m_needs;
+    AppState& m_hub;
+    StateRows* m_rows;
+    QPointer<TextLabel> m_reading;
+    QPointer<TextLabel> m_guidance;
+    QString m_note; ///< What is typed of the knob's position, whatever rows are shown meanwhile.
+};
+
+} // namespace velmor
