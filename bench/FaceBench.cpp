@@ -316,24 +316,6 @@ void openSettings(benchmark::State& state)
 }
 BENCHMARK(openSettings)->Iterations(20)->Unit(benchmark::kMillisecond);
 
-/// A new level while the Audio tab is open, until it has been painted: ten a second are the most.
-void readingInSettings(benchmark::State& state)
-{
-    test::PosedHub posed;
-    posed.session("REAPER");
-    SettingsView window(*posed.hub, posed.host.defaults, posed.host.workspace);
-    window.show();
-    while (!window.windowHandle()->isExposed())
-        QCoreApplication::processEvents();
-    int tenth = 0;
-    for (auto _ : state) {
-        test::setLevels(*posed.hub, 70 + ++tenth % 200 / 10.0, 84);
-        window.select(SettingsTab::audio);
-        QCoreApplication::processEvents();
-    }
-}
-BENCHMARK(readingInSettings)->Iterations(200)->Unit(benchmark::kMillisecond);
-
 void scrollLongSessions(benchmark::State& state)
 {
     OpenedHistory history(2880);

@@ -43,6 +43,7 @@ protected:
         if (!desktop->problem.empty()) {
             if (std::getenv("CI"))
                 FAIL() << desktop->problem;
+            // Without its packages there is no screen to test on; where CI runs they are installed.
             GTEST_SKIP() << "it can't be started here: " << desktop->problem;
         }
         m_defaults.set(frameKey, std::string(startPlace));

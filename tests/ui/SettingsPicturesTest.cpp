@@ -45,6 +45,9 @@ protected:
     static QImage picture(QWidget& widget)
     {
         QImage image(widget.size(), QImage::Format_RGB32);
+        // Wherever tests before have left the pointer.
+        for (QWidget* const part : widget.findChildren<QWidget*>())
+            part->setAttribute(Qt::WA_UnderMouse, false);
         // Of what a mask leaves out.
         image.fill(Qt::gray);
         widget.render(&image);

@@ -4,7 +4,6 @@
 #include <platform/DefaultsStore.h>
 #include <platform/Workspace.h>
 
-#include <optional>
 #include <string>
 
 namespace velmor {

@@ -8,7 +8,6 @@
 
 #include <fmt/format.h>
 
-#include <QFormLayout>
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QRadioButton>

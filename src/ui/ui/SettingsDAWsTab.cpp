@@ -6,7 +6,6 @@
 #include <ui/TextLabel.h>
 
 #include <QHBoxLayout>
-#include <QSet>
 
 #include <algorithm>
 #include <set>

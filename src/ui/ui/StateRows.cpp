@@ -6,7 +6,6 @@
 #include <QAbstractButton>
 #include <QHBoxLayout>
 #include <QLayoutItem>
-#include <QTimer>
 
 namespace velmor {
 

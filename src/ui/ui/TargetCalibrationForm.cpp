@@ -11,6 +11,8 @@
 #include <fmt/format.h>
 
 #include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
 #include <QVBoxLayout>
 
 #include <utility>

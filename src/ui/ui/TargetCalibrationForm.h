@@ -6,8 +6,8 @@
 #include <ui/StateRows.h>
 #include <ui/TextLabel.h>
 
-#include <QLineEdit>
 #include <QPointer>
+#include <QString>
 #include <QWidget>
 
 #include <functional>
