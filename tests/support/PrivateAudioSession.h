@@ -46,12 +46,13 @@ public:
         return waitForEnd();
     }
 
-    /// Waits for it to end by itself, and otherwise as endBy().
-    int waitForEnd()
+    /// Waits for it to end by itself; one that takes longer is killed.
+    /// \return as endBy()
+    int waitForEnd(int seconds = 5)
     {
         int status = 0;
         bool hasEnded = false;
-        for (int i = 0; i < 500 && !hasEnded; ++i) {
+        for (int i = 0; i < seconds * 100 && !hasEnded; ++i) {
             hasEnded = ::waitpid(m_process, &status, WNOHANG) != 0;
             if (!hasEnded)
                 std::this_thread::sleep_for(std::chrono::milliseconds(10));

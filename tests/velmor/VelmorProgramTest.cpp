@@ -148,9 +148,28 @@ TEST_F(VelmorProgramTest, TheEndOfTheDesktopsSessionKeepsTheRunningSession)
 {
     startProgram();
     startWorkstation();
+    // It has started whole once it answers.
+    ASSERT_EQ(test::run({test::programPath("velmor")}).status, 0);
     session.endBus();
     EXPECT_EQ(program->waitForEnd(), 0) << printed();
     ASSERT_EQ(history().size(), 1U);
+    EXPECT_TRUE(history()[0].endDate);
+}
+
+TEST_F(VelmorProgramTest, ABusThatEndsWhileItStartsLosesNoSession)
+{
+    startProgram();
+    startWorkstation();
+    session.endBus();
+    constexpr int patienceSeconds = 15;
+    const int status = program->waitForEnd(patienceSeconds);
+    EXPECT_GE(status, 0) << printed();
+    workstation.reset();
+    if (status != 0) {
+        program = std::make_unique<test::Companion>(std::vector<std::string>{test::programPath("velmor")});
+        ASSERT_TRUE(waitForHistory(1));
+    }
+    ASSERT_EQ(history().size(), 1U) << printed();
     EXPECT_TRUE(history()[0].endDate);
 }
 

@@ -11,6 +11,11 @@
 #include <QObject>
 #include <QVariantMap>
 
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
 #include <utility>
 
 namespace velmor {
@@ -18,6 +23,11 @@ namespace velmor {
 namespace {
 
 constexpr int activationTimeoutMilliseconds = 2000;
+
+constexpr std::chrono::seconds lookInterval(1);
+
+/// As long as the program may take to end after the bus. Only the session in progress is written then.
+constexpr std::chrono::seconds lastPatience(5);
 
 /// One that is just ending may still have the name, and answer no more.
 constexpr int tries = 3;
@@ -36,34 +46,55 @@ std::string withCodedSpaces(const std::string& text)
 
 } // namespace
 
-class ApplicationInstance::BusWatch final : public QObject
+/// Looks from a thread of its own whether the bus is still there. Qt 6.4 may miss its end, the signal of it
+/// as well, when that comes while a call is being sent; and whoever waits for the answer, as Qt's windows do
+/// at the start, then waits for ever. A program that stayed would go on measuring beside the one of the next
+/// desktop session.
+class ApplicationInstance::BusWatch
 {
-    Q_OBJECT
-
 public:
-    explicit BusWatch(std::function<void()> onBusLost)
-        : m_onBusLost(std::move(onBusLost))
+    explicit BusWatch(const std::function<void()>& onBusLost)
+        : m_thread([this, onBusLost](const std::stop_token& stop) { watch(stop, onBusLost); })
     {}
 
-public slots:
-    void busLost() { m_onBusLost(); }
-
 private:
-    std::function<void()> m_onBusLost;
+    void watch(const std::stop_token& stop, const std::function<void()>& onBusLost)
+    {
+        const QDBusConnection bus = QDBusConnection::sessionBus();
+        while (bus.isConnected()) {
+            if (waitOrStop(stop, lookInterval))
+                return;
+        }
+        QMetaObject::invokeMethod(&m_mainThread, onBusLost, Qt::QueuedConnection);
+        if (waitOrStop(stop, lastPatience))
+            return;
+        printLine("the session bus has ended, and the program waits for its answer");
+        // The journal keeps the session for the next start.
+        std::_Exit(EXIT_FAILURE);
+    }
+
+    bool waitOrStop(const std::stop_token& stop, std::chrono::seconds time)
+    {
+        std::unique_lock lock(m_mutex);
+        m_stopped.wait_for(lock, stop, time, [] { return false; });
+        return stop.stop_requested();
+    }
+
+    QObject m_mainThread;
+    std::mutex m_mutex;
+    std::condition_variable_any m_stopped;
+    std::jthread m_thread;
 };
 
 ApplicationInstance::ApplicationInstance(Callbacks callbacks)
     : m_callbacks(std::move(callbacks))
     , m_object(ApplicationName::objectPath)
-    , m_busWatch(std::make_unique<BusWatch>(m_callbacks.onBusLost))
 {
     m_object.offer(application());
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
-                m_busWatch.get(), SLOT(busLost()));
+    m_busWatch = std::make_unique<BusWatch>(m_callbacks.onBusLost);
     // The object is there already: whoever finds the name finds it too.
     const QString name = qText(ApplicationName::busName);
     for (int i = 0; i < tries; ++i) {
@@ -143,5 +174,3 @@ BusInterface ApplicationInstance::application()
 }
 
 } // namespace velmor
-
-#include "ApplicationInstance.moc"

@@ -6,7 +6,6 @@
 #include <QDBusAbstractAdaptor>
 #include <QDBusArgument>
 #include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
@@ -89,6 +88,19 @@ constexpr int againMilliseconds = 1500;
 QString name(const char* text)
 {
     return QString::fromLatin1(text);
+}
+
+/// Whoever else has the name keeps it.
+constexpr uint nameFlagDoNotQueue = 4;
+
+/// A call to the bus itself. Qt's own calls for names wait for an answer.
+QDBusMessage busCall(const char* member, const QVariantList& arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                                       QStringLiteral("/org/freedesktop/DBus"),
+                                                       QStringLiteral("org.freedesktop.DBus"), name(member));
+    call.setArguments(arguments);
+    return call;
 }
 
 TrayPixmap travelling(const QImage& picture)
@@ -206,7 +218,7 @@ StatusNotifierItem::StatusNotifierItem(Callbacks callbacks)
     m_adaptor = new Adaptor(*this);
     QDBusConnection bus = QDBusConnection::sessionBus();
     bus.registerObject(name(itemPath), this);
-    bus.registerService(m_service);
+    bus.send(busCall("RequestName", {m_service, nameFlagDoNotQueue}));
     auto* const watch =
         new QDBusServiceWatcher(name(watcherService), bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watch, &QDBusServiceWatcher::serviceOwnerChanged, this,
@@ -229,7 +241,7 @@ StatusNotifierItem::StatusNotifierItem(Callbacks callbacks)
 StatusNotifierItem::~StatusNotifierItem()
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.unregisterService(m_service);
+    bus.send(busCall("ReleaseName", {m_service}));
     bus.unregisterObject(name(itemPath));
 }
 
@@ -261,10 +273,7 @@ void StatusNotifierItem::registerWithHosts()
 /// Whoever gathers the items is whoever shows them, on all desktops that were met.
 void StatusNotifierItem::lookAtHosts()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
-    call << name(watcherService);
+    const QDBusMessage call = busCall("GetConnectionUnixProcessID", {name(watcherService)});
     auto* const watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, generation = m_generation](QDBusPendingCallWatcher* finished) {
