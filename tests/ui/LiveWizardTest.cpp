@@ -32,6 +32,7 @@ namespace {
 
 using testing::AllOf;
 using testing::Contains;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -125,6 +126,18 @@ protected:
         QTest::qWait(150);
     }
 
+    /// The level of the noise, dBA, over three seconds. From one moment to the next it wanders by a decibel.
+    double meanLevel() const
+    {
+        constexpr int readings = 30;
+        double energy = 0;
+        for (int i = 0; i < readings; ++i) {
+            QTest::qWait(100);
+            energy += std::pow(10, hub->audioService.currentSPL / 10) / readings;
+        }
+        return 10 * std::log10(energy);
+    }
+
     void measureResponse()
     {
         press("Measure Response");
@@ -197,13 +210,12 @@ TEST_F(LiveWizardTest, TheTargetIsCapturedAdjustedAndSavedAndAgesWithTheClock)
     ASSERT_TRUE(waitFor([this] { return hub->audioService.isRunning.get(); }));
     QTest::qWait(2000);
     // The loudspeaker is half as loud as it should be.
-    const double halfLevel = hub->audioService.currentSPL;
-    moveOffsetTo(hub->settings.calibrationOffset + 79.0 - 6.02 - halfLevel);
-    QTest::qWait(2000);
-    EXPECT_NEAR(hub->audioService.currentSPL, 79.0 - 6.02, 0.5);
+    moveOffsetTo(hub->settings.calibrationOffset + 79.0 - 6.02 - meanLevel());
+    EXPECT_NEAR(meanLevel(), 79.0 - 6.02, 0.5);
     EXPECT_THAT(texts(), Contains(HasSubstr("dB too quiet — adjust monitor controller")));
     press("Capture position");
-    EXPECT_THAT(texts(), AllOf(Contains(HasSubstr("Captured at 73")), Contains("outside ±3 band")));
+    EXPECT_THAT(texts(),
+                AllOf(Contains(ContainsRegex("Captured at 7[1-4]\\.")), Contains("outside ±3 band")));
     EXPECT_FALSE(hub->pinkNoisePlayer.isPlaying);
 
     press("Adjust again");
@@ -221,7 +233,7 @@ TEST_F(LiveWizardTest, TheTargetIsCapturedAdjustedAndSavedAndAgesWithTheClock)
     EXPECT_TRUE(waitFor([this] { return !hub->audioService.isRunning; }));
     const auto record = hub->targetCalibrationStore.record("monitors");
     ASSERT_TRUE(record);
-    EXPECT_NEAR(record->measuredDBA, 79.0, 0.5);
+    EXPECT_NEAR(record->measuredDBA, 79.0, 1.5);
     EXPECT_EQ(record->knobNote, "11 o'clock dot");
     press("Done");
     EXPECT_THAT(texts(), AllOf(Contains("11 o'clock dot"), Contains("Recalibrate"),
