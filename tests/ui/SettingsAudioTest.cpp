@@ -124,6 +124,49 @@ TEST_F(SettingsAudioTest, TheResponseIsMeasuredAndTheNoiseIsItsOwnMeanwhile)
     EXPECT_TRUE(control<QAbstractButton>("Run Calibration Wizard").isEnabled());
 }
 
+TEST_F(SettingsAudioTest, WhatWasCapturedIsLostToNoOtherButton)
+{
+    const auto isEnabled = [this](const char* name) { return control<QAbstractButton>(name).isEnabled(); };
+    select();
+    press("Run Calibration Wizard");
+    settle();
+    EXPECT_FALSE(isEnabled("Measure Response"));
+    setLevels(*posed.hub, 79, 80);
+    press("Capture position");
+    settle();
+    EXPECT_FALSE(isEnabled("Measure Response"));
+    EXPECT_FALSE(isEnabled("Play Pink Noise"));
+    EXPECT_THAT(texts(), Contains("Step 3 is under way: save or cancel it first").Times(2));
+    press("Listen to Calibrator");
+    settle();
+    EXPECT_THAT(texts(), Contains("Captured at 79.0 dBA"));
+    press("Save calibration");
+    settle();
+    EXPECT_TRUE(isEnabled("Measure Response"));
+    EXPECT_TRUE(isEnabled("Play Pink Noise"));
+}
+
+TEST_F(SettingsAudioTest, ANoteIsOfTheRunThatItWasTypedIn)
+{
+    constexpr auto noteName = "Mark your physical position so you can return to it later";
+    const auto capture = [this] {
+        press("Run Calibration Wizard");
+        settle();
+        press("Capture position");
+        settle();
+    };
+    select();
+    capture();
+    QTest::keyClicks(&control<QLineEdit>(noteName), "11 o'clock");
+    // A session ends the run.
+    posed.hub->startSession("REAPER");
+    settle();
+    posed.hub->endSession();
+    settle();
+    capture();
+    EXPECT_EQ(control<QLineEdit>(noteName).text(), QString());
+}
+
 TEST_F(SettingsAudioTest, ACorrectionIsShownAndCleared)
 {
     MicCorrectionProfile profile;
@@ -157,8 +200,17 @@ TEST_F(SettingsAudioTest, ProfilesAreSavedAppliedAndDeleted)
     EXPECT_EQ(control<QLineEdit>("Label").text(), QString());
     EXPECT_EQ(posed.hub->calibrationProfileStore.profiles.get()[0].label, "At desk");
     EXPECT_THAT(texts(), Contains(HasSubstr("Offset at save: 101.5")));
+    MicCorrectionProfile correction;
+    correction.taps = {0.5F};
+    correction.sampleRate = 48000;
+    posed.hub->micFreqCorrection.save(correction);
+    posed.hub->micFreqCorrection.isEnabled = true;
+    settle();
     QTest::mouseClick(&control<QAbstractButton>("Apply", 1), Qt::LeftButton);
     EXPECT_EQ(stored<double>("calibrationOffset"), 94.0);
+    // It was saved without a correction, and leaves the one in force.
+    EXPECT_EQ(posed.hub->micFreqCorrection.profile.get(), correction);
+    EXPECT_TRUE(posed.hub->micFreqCorrection.isEnabled);
     press("Delete At desk");
     settle();
     ASSERT_EQ(posed.hub->calibrationProfileStore.profiles.get().size(), 1U);
@@ -363,6 +415,20 @@ TEST_F(SendToVeskTest, WithoutTheProgramThereIsAHint)
     select();
     EXPECT_THAT(texts(), Contains(HasSubstr("Recall this position with one keystroke using")));
     EXPECT_THAT(texts(), Not(Contains("Send to Vesk")));
+}
+
+TEST_F(SendToVeskTest, OneThatIsInstalledMeanwhileIsFoundWhenTheWindowComesBack)
+{
+    select();
+    posed.host.workspace.openedSchemes = {"vesk"};
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+    settle();
+    EXPECT_THAT(texts(), Contains("Send to Vesk"));
 }
 
 TEST_F(SendToVeskTest, TheSheetSendsSlotNameAndLevel)

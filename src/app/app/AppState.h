@@ -152,8 +152,14 @@ public:
 
     // Calibration, as the settings start it. A session wins over all of it.
 
-    /// Measures the microphone's response with noise on the selected output. Ends the other calibrations.
+    /// Measures the microphone's response with noise on the selected output. Ends the listening for a
+    /// calibrator. Not while the reference level is being calibrated, whose figure is of the present
+    /// response.
     void measureMicResponse();
+
+    /// Whether the calibration of the reference level is under way: its noise plays, or what it has captured
+    /// waits to be kept.
+    bool isTargetCalibrating() const;
 
     /// Plays noise on the selected output, to set the monitor controller by. Not while the measurement of the
     /// microphone's response has the noise. \return whether the noise plays.
@@ -172,7 +178,8 @@ public:
     void applyCalibrationProfile(const CalibrationSavedProfile& profile);
 
     /// Listens for an acoustic calibrator. Not during a session, whose dose would count its tone, nor while
-    /// noise plays. \param level of the calibrator, dB re 20 µPa. \return whether it listens.
+    /// noise plays or the reference level is being calibrated. \param level of the calibrator, dB re 20 µPa.
+    /// \return whether it listens.
     bool startCalibrator(double level);
 
     /// Puts the proposed offset in force, where there is one.
@@ -231,7 +238,6 @@ private:
     void updateCalibrationTrustSoon();
     void cancelCalibrations();
     void calibrate(const CalibrationRecord& record);
-    void endTargetCalibration();
     double correctionGain() const;
     int usedChannel(const std::optional<AudioDevice>& device) const;
     std::optional<AudioDevice> usedInput() const;

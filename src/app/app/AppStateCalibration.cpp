@@ -72,20 +72,19 @@ void AppState::cancelCalibrations()
 
 void AppState::measureMicResponse()
 {
+    if (isTargetCalibrating())
+        return;
     if (calibratorService.isListening())
         calibratorService.cancel();
-    endTargetCalibration();
     micResponseService.start(audioService, pinkNoisePlayer, settings.selectedOutputDeviceUID.get(),
                              micFreqCorrection);
 }
 
-// The noise is lent to one calibration at a time.
-void AppState::endTargetCalibration()
+bool AppState::isTargetCalibrating() const
 {
     const TargetCalibrationState& target = targetCalibrationService.state;
-    if (std::holds_alternative<TargetCalibration::Playing>(target) ||
-        std::holds_alternative<TargetCalibration::Captured>(target))
-        targetCalibrationService.cancel();
+    return std::holds_alternative<TargetCalibration::Playing>(target) ||
+           std::holds_alternative<TargetCalibration::Captured>(target);
 }
 
 bool AppState::startTargetCalibration()
@@ -138,9 +137,9 @@ void AppState::applyCalibrationProfile(const CalibrationSavedProfile& profile)
 
 bool AppState::startCalibrator(double level)
 {
-    if (sessionManager.currentSession.get() || micResponseService.isInProgress() || pinkNoisePlayer.isPlaying)
+    if (sessionManager.currentSession.get() || micResponseService.isInProgress() ||
+        pinkNoisePlayer.isPlaying || isTargetCalibrating())
         return false;
-    endTargetCalibration();
     calibratorService.start(audioService, micFreqCorrection, level);
     m_calibratorChain = inputChain();
     return calibratorService.isListening();

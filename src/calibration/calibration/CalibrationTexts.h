@@ -14,6 +14,7 @@
 namespace velmor::CalibrationTexts {
 
 inline constexpr std::string_view noiseInUse = "Pink noise in use by mic response measurement";
+inline constexpr std::string_view targetUnderWay = "Step 3 is under way: save or cancel it first";
 inline constexpr std::string_view staleCalibration = "Recalibration recommended (>90 days old)";
 inline constexpr std::string_view notCalibrated = "Not yet calibrated";
 inline constexpr std::string_view calibrationSaved = "Calibration saved";

@@ -36,7 +36,7 @@ void CalibratorForm::addIdle(StateRows& rows)
     connect(level, &QComboBox::activated, this, [this, level] { m_level = level->currentData().toDouble(); });
     rows.add(level);
     if (m_isRefused)
-        rows.addText("Not during a session, nor while noise plays.", Tint::orange);
+        rows.addText("Not during a session, nor while noise plays or Step 3 is under way.", Tint::orange);
     rows.addCommands({{"Listen to Calibrator", [this] {
                            m_isRefused =
                                !m_hub.startCalibrator(m_level) &&

@@ -3,6 +3,8 @@
 
 #include <calibration/CalibrationTexts.h>
 
+#include <fmt/format.h>
+
 #include <QVBoxLayout>
 
 #include <variant>
@@ -44,10 +46,11 @@ void MicResponseForm::refresh()
     m_curve->setVisible(profile.has_value());
     m_curve->show(profile ? profile->correctionCurve : std::vector<FrequencyCurvePoint>());
     // While it goes on its rows stay as they are.
-    const std::string rows = is<MicCalibration::Measuring>(state) ? "measuring"
-                             : is<MicCalibration::Idle>(state)
-                                 ? (m_hub.audioService.hasPermission.get() ? "idle" : "forbidden")
-                                 : CalibrationTexts::micCalibrationText(state);
+    const std::string rows =
+        is<MicCalibration::Measuring>(state) ? "measuring"
+        : is<MicCalibration::Idle>(state)
+            ? fmt::format("idle {} {}", m_hub.audioService.hasPermission.get(), m_hub.isTargetCalibrating())
+            : CalibrationTexts::micCalibrationText(state);
     m_state->show(rows, [this](StateRows& own) { addState(own); });
     if (const auto* const measuring = std::get_if<MicCalibration::Measuring>(&state); measuring && m_progress)
         m_progress->setValue(static_cast<int>(measuring->progress * progressSteps));
@@ -70,7 +73,10 @@ void MicResponseForm::addState(StateRows& rows)
         const bool isAllowed = m_hub.audioService.hasPermission;
         if (!isAllowed)
             rows.addText("Microphone permission is required.", Tint::orange);
-        rows.addCommands({{"Measure Response", [this] { m_hub.measureMicResponse(); }, isAllowed}});
+        const bool isFree = !m_hub.isTargetCalibrating();
+        if (!isFree)
+            rows.addText(std::string(CalibrationTexts::targetUnderWay), Tint::orange);
+        rows.addCommands({{"Measure Response", [this] { m_hub.measureMicResponse(); }, isAllowed && isFree}});
         return;
     }
     rows.addText(text, is<MicCalibration::Failed>(state) ? Tint::red

@@ -158,14 +158,7 @@ void SettingsAudioTab::addMicrophone()
 
 bool SettingsAudioTab::isCalibrating() const
 {
-    return m_hub.micResponseService.isInProgress() || isTargetCalibrating();
-}
-
-bool SettingsAudioTab::isTargetCalibrating() const
-{
-    const TargetCalibrationState& target = m_hub.targetCalibrationService.state;
-    return std::holds_alternative<TargetCalibration::Playing>(target) ||
-           std::holds_alternative<TargetCalibration::Captured>(target);
+    return m_hub.micResponseService.isInProgress() || m_hub.isTargetCalibrating();
 }
 
 void SettingsAudioTab::addMicResponse()
@@ -243,7 +236,8 @@ void SettingsAudioTab::addLevelCalibration()
         reading->say(isRunning ? levelText(m_hub.audioService.currentSPL, "dBA")
                                : "Play noise or start a session");
         const bool isInUse = m_hub.micResponseService.isInProgress();
-        const bool isFree = !isInUse && !isTargetCalibrating();
+        const bool isTargetCalibrating = m_hub.isTargetCalibrating();
+        const bool isFree = !isInUse && !isTargetCalibrating;
         const bool isPlaying = m_hub.pinkNoisePlayer.isPlaying;
         noise->show(fmt::format("{} {} {}", isInUse, isFree, isPlaying), [&](StateRows& rows) {
             rows.addCommands(
@@ -252,6 +246,8 @@ void SettingsAudioTab::addLevelCalibration()
                   isFree}});
             if (isInUse)
                 rows.addText(std::string(CalibrationTexts::noiseInUse), Tint::orange);
+            else if (isTargetCalibrating)
+                rows.addText(std::string(CalibrationTexts::targetUnderWay), Tint::orange);
         });
     });
 }

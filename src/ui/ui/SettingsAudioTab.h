@@ -31,7 +31,6 @@ public:
 private:
     /// Whether one of the calibrations with noise is under way, or that of the reference level.
     bool isCalibrating() const;
-    bool isTargetCalibrating() const;
     void addMicrophone();
     void addMicResponse();
     void addLevelCalibration();

@@ -15,12 +15,12 @@ constexpr int longestTotalRetention = 365;
 constexpr int lowestThreshold = 30;
 constexpr int highestThreshold = 140;
 
-int decibels(double level)
-{
-    return static_cast<int>(std::lround(level));
-}
-
 } // namespace
+
+int wholeDecibels(double level)
+{
+    return static_cast<int>(std::nearbyint(level));
+}
 
 std::size_t pendingSessionDeleteCount(std::span<const Session> history, std::int64_t totalRetentionDays,
                                       Date now, const Calendar& calendar)
@@ -48,18 +48,18 @@ StepRange totalRetentionRange(std::int64_t detailedRetentionDays)
 
 StepRange yellowRange(double orangeAt)
 {
-    return {lowestThreshold, std::max(lowestThreshold, decibels(orangeAt) - 1)};
+    return {lowestThreshold, std::max(lowestThreshold, wholeDecibels(orangeAt) - 1)};
 }
 
 StepRange orangeRange(double yellowAt, double redAt)
 {
-    const int low = decibels(yellowAt) + 1;
-    return {low, std::max(low, decibels(redAt) - 1)};
+    const int low = wholeDecibels(yellowAt) + 1;
+    return {low, std::max(low, wholeDecibels(redAt) - 1)};
 }
 
 StepRange redRange(double orangeAt)
 {
-    return {std::min(decibels(orangeAt) + 1, highestThreshold), highestThreshold};
+    return {std::min(wholeDecibels(orangeAt) + 1, highestThreshold), highestThreshold};
 }
 
 } // namespace velmor

@@ -32,6 +32,9 @@ struct StepRange
 /// How long sessions can be kept, in days: no shorter than their readings.
 StepRange totalRetentionRange(std::int64_t detailedRetentionDays);
 
+/// A threshold as it is shown, dB.
+int wholeDecibels(double level);
+
 /// Where the tray's number can take its colours, in dB: in their order.
 StepRange yellowRange(double orangeAt);
 StepRange orangeRange(double yellowAt, double redAt);

@@ -95,8 +95,7 @@ Stepper& SettingsGeneralTab::menuBarColorThresholdRow(SettingsSection& section, 
                                                       std::function<StepRange()> range)
 {
     return addStepper(
-        section, title, " dB", std::move(range),
-        [&value] { return static_cast<int>(std::lround(value.get())); },
+        section, title, " dB", std::move(range), [&value] { return wholeDecibels(value.get()); },
         [&value](int level) { value = level; });
 }
 

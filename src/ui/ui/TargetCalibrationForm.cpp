@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -46,6 +47,7 @@ TargetCalibrationForm::TargetCalibrationForm(const Needs& needs)
     : m_needs(needs)
     , m_hub(needs.hub)
     , m_rows(new StateRows)
+    , m_isVeskInstalled(needs.vesk.isInstalled())
 {
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -71,15 +73,29 @@ std::string TargetCalibrationForm::rowsNow() const
         rows += failed->message;
     if (const auto saved = record())
         rows +=
-            fmt::format(" {} {} {} {} {}", saved->outputDeviceName, saved->knobNote, saved->targetDBA,
-                        CalibrationTexts::calibrationAge(*saved, m_hub.now()), saved->isStale(m_hub.now()));
+            fmt::format(" {} {} {} {} {} {} {}", saved->outputDeviceName, saved->knobNote, saved->targetDBA,
+                        saved->measuredDBA, CalibrationTexts::calibrationAge(*saved, m_hub.now()),
+                        saved->isStale(m_hub.now()), m_isVeskInstalled);
     return rows;
 }
 
 void TargetCalibrationForm::refresh()
 {
+    // Of the next position it says nothing.
+    if (!m_hub.isTargetCalibrating())
+        m_note.clear();
     m_rows->show(rowsNow(), [this](StateRows&) { addRows(); });
     followReading();
+}
+
+bool TargetCalibrationForm::event(QEvent* event)
+{
+    // Whoever follows the hint installs it with this window open, and comes back.
+    if (event->type() == QEvent::WindowActivate) {
+        m_isVeskInstalled = m_needs.vesk.isInstalled();
+        refresh();
+    }
+    return QWidget::event(event);
 }
 
 void TargetCalibrationForm::addRows()
@@ -122,7 +138,7 @@ void TargetCalibrationForm::addPlayingRow()
     // Without a reading there is none to capture.
     m_rows->addCommands(
         {{"Capture position", [this] { m_hub.captureTarget(); }, m_hub.audioService.isRunning.get()},
-         {"Cancel", [this] { cancel(); }}});
+         {"Cancel", [this] { m_hub.targetCalibrationService.cancel(); }}});
 }
 
 void TargetCalibrationForm::followReading()
@@ -158,17 +174,11 @@ void TargetCalibrationForm::addCapturedRow(double measuredSPL)
     m_rows->add(note);
     m_rows->add(
         new Paragraph("Mark your physical position so you can return to it later", TextStyle::caption));
-    m_rows->addCommands(
-        {{"Save calibration",
-          [this] { m_hub.saveTargetCalibration(std::exchange(m_note, QString()).toStdString()); }},
-         {"Adjust again", [this] { m_hub.targetCalibrationService.recapture(); }},
-         {"Cancel", [this] { cancel(); }}});
-}
-
-void TargetCalibrationForm::cancel()
-{
-    m_note.clear();
-    m_hub.targetCalibrationService.cancel();
+    m_rows->addCommands({{"Save calibration",
+                          // What is typed goes with the rows that it is typed in.
+                          [this] { m_hub.saveTargetCalibration(m_note.toStdString()); }},
+                         {"Adjust again", [this] { m_hub.targetCalibrationService.recapture(); }},
+                         {"Cancel", [this] { m_hub.targetCalibrationService.cancel(); }}});
 }
 
 void TargetCalibrationForm::addSavedConfirmationRow()
@@ -200,7 +210,7 @@ void TargetCalibrationForm::addSavedRow(const TargetCalibrationRecord& saved)
 
 void TargetCalibrationForm::addSendToVesk(const TargetCalibrationRecord& saved)
 {
-    if (m_needs.vesk.isInstalled()) {
+    if (m_isVeskInstalled) {
         auto* const button = new CommandButton(CommandButton::Form::onCard, "Send to Vesk", "paperplane");
         connect(button, &CommandButton::clicked, this, [this, saved] {
             const SendToVeskContext context{makeUuid(), saved.measuredDBA,

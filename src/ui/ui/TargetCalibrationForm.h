@@ -32,6 +32,7 @@ public:
     void refresh();
 
 private:
+    bool event(QEvent* event) override;
     std::string rowsNow() const;
     void addRows();
     void addNotYetCalibratedRow();
@@ -40,7 +41,6 @@ private:
     void addSavedConfirmationRow();
     void addSavedRow(const TargetCalibrationRecord& record);
     void addSendToVesk(const TargetCalibrationRecord& record);
-    void cancel();
     void followReading();
     std::optional<TargetCalibrationRecord> record() const;
 
@@ -49,7 +49,8 @@ private:
     StateRows* m_rows;
     QPointer<TextLabel> m_reading;
     QPointer<TextLabel> m_guidance;
-    QString m_note; ///< What is typed of the knob's position, whatever rows are shown meanwhile.
+    bool m_isVeskInstalled; ///< As it was when the window came to the front.
+    QString m_note;         ///< What is typed of the knob's position, whatever rows are shown meanwhile.
 };
 
 } // namespace velmor
