@@ -69,6 +69,7 @@ TEST_F(ReportWindow, ReplacesAFileThatTheUserAgreesToReplace)
 
 TEST_F(ReportWindow, AFolderThatCanNotBeWrittenToIsToldAndTheCachedFileStays)
 {
+    // Not every container lets its processes mount, not even in a view of their own.
     if (!desktop->smallDisk->problem().empty())
         GTEST_SKIP() << "no file system can be mounted here: " << desktop->smallDisk->problem();
     test::writeFile(desktop->disk / "mine.pdf", "an older report");
