@@ -304,7 +304,8 @@ void openSettings(benchmark::State& state)
     test::PosedHub posed;
     posed.history(test::year());
     for (auto _ : state) {
-        auto window = std::make_unique<SettingsView>(*posed.hub, posed.host.defaults, posed.host.workspace);
+        auto window =
+            std::make_unique<SettingsView>(*posed.hub, posed.host.defaults, posed.host.workspace, [] {});
         window->show();
         while (!window->windowHandle()->isExposed())
             QCoreApplication::processEvents();

@@ -4,6 +4,7 @@
 // text into the same records is the baseline.
 #include <base/AtomicFile.h>
 #include <base/FileText.h>
+#include <base/JsonStream.h>
 #include <sessions/SessionFormat.h>
 #include <support/RunProgram.h>
 #include <support/SampleSessions.h>
@@ -53,7 +54,7 @@ void read(benchmark::State& state)
     for (auto _ : state) {
         state.PauseTiming();
         std::string text;
-        text.reserve(yearText().size() + historySpareCapacity);
+        text.reserve(yearText().size() + jsonSpareCapacity);
         text = yearText();
         state.ResumeTiming();
         auto sessions = decodedHistory(std::move(text));

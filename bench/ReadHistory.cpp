@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Reads a history file into records and prints the most memory that it took, in KiB.
 #include <base/FileText.h>
+#include <base/JsonStream.h>
 #include <sessions/SessionFormat.h>
 
 #include <fmt/format.h>
@@ -16,7 +17,7 @@ int main(int argumentCount, char** arguments)
     if (argumentCount != 2)
         return 2;
     std::error_code error;
-    std::string text = velmor::fileText(arguments[1], error, velmor::historySpareCapacity);
+    std::string text = velmor::fileText(arguments[1], error, velmor::jsonSpareCapacity);
     if (error)
         return 2;
     const auto sessions = velmor::decodedHistory(std::move(text));

@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<Session> sessions;
     try {
         sessions = decodedHistory(std::string(reinterpret_cast<const char*>(data), size));
-    } catch (const SessionFormatError&) {
+    } catch (const JsonError&) {
         return 0;
     }
     const auto text = encodedHistory(sessions);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <app/Constants.h>
 #include <app/DAWDetectionService.h>
 #include <app/DAWIconResolver.h>
+#include <integrations/Constants.h>
 #include <support/HubHost.h>
 
 #include <gmock/gmock.h>

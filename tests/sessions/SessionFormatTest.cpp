@@ -69,7 +69,7 @@ bool decodes(const std::string& text)
     try {
         (void)decodedHistory(text);
         return true;
-    } catch (const SessionFormatError&) {
+    } catch (const JsonError&) {
         return false;
     }
 }
@@ -363,7 +363,7 @@ TEST(SessionFormat, TheErrorSaysWhere)
         (void)decodedHistory("[" + objectText(requiredMembers) + "," +
                              without(requiredMembers, "dawName").substr(1));
         FAIL();
-    } catch (const SessionFormatError& error) {
+    } catch (const JsonError& error) {
         EXPECT_THAT(error.what(), HasSubstr("session 2"));
         EXPECT_THAT(error.what(), HasSubstr("dawName"));
     }

@@ -38,6 +38,8 @@ protected:
         }
         session.createMicrophone(microphone);
         createFolder(defaultsFile().parent_path());
+        // Its user has been welcomed on another day.
+        set("Velmor.welcomeShown", true);
         // The name is a workstation's, the program is not.
         std::filesystem::copy_file("/bin/sleep", session / "reaper");
     }

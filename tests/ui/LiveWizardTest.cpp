@@ -85,7 +85,7 @@ protected:
         hub =
             std::make_unique<AppState>(Host{clock, *capture, *graph, *playback, defaults, calendar,
                                             notifications, loginItem, workspace, SessionStorage::nowhere()});
-        window = std::make_unique<SettingsView>(*hub, defaults, workspace);
+        window = std::make_unique<SettingsView>(*hub, defaults, workspace, [] {});
         window->show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
     }

@@ -206,10 +206,11 @@ TEST_F(MenuBarViewTest, ThePauseOffersItsDurations)
 
 TEST_F(MenuBarViewTest, SharingAsksForTheReportOfTheNewestSession)
 {
-    posed.history({sampleSession(posed.host.loop.now() - std::chrono::hours(1), 60, 8),
-                   sampleSession(posed.host.loop.now() - std::chrono::hours(2), 60, 9)});
+    // Oldest first, as an import leaves them.
+    posed.history({sampleSession(posed.host.loop.now() - std::chrono::hours(2), 60, 9),
+                   sampleSession(posed.host.loop.now() - std::chrono::hours(1), 60, 8)});
     view->refresh();
-    const Uuid newest = posed.hub->sessionManager.sessionHistory.get().front().id;
+    const Uuid newest = posed.hub->sessionManager.sessionHistory.get().back().id;
     press("Share Last Session…");
     EXPECT_EQ(reports, std::vector<Uuid>{newest});
     EXPECT_FALSE(posed.hub->pendingReportSessionID.get());

@@ -23,7 +23,8 @@ protected:
 
     void open(SettingsTab tab)
     {
-        window = std::make_unique<SettingsView>(*posed.hub, posed.host.defaults, posed.host.workspace);
+        window = std::make_unique<SettingsView>(*posed.hub, posed.host.defaults, posed.host.workspace,
+                                                [this] { ++importerRequests; });
         window->show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
         window->select(tab);
@@ -44,6 +45,7 @@ protected:
     }
 
     PosedHub posed;
+    int importerRequests = 0;
 };
 
 } // namespace velmor::test

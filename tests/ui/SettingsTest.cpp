@@ -29,7 +29,7 @@ class SettingsTest : public SettingsFixture
 TEST_F(SettingsTest, OpensOnAudioAndGoesFromTabToTab)
 {
     open(SettingsTab::audio);
-    SettingsView fresh(*posed.hub, posed.host.defaults, posed.host.workspace);
+    SettingsView fresh(*posed.hub, posed.host.defaults, posed.host.workspace, [] {});
     EXPECT_EQ(fresh.selectedTab(), SettingsTab::audio);
     EXPECT_EQ(fresh.QWidget::width(), 500);
     const std::pair<const char*, SettingsTab> tabs[] = {
@@ -43,6 +43,17 @@ TEST_F(SettingsTest, OpensOnAudioAndGoesFromTabToTab)
     // Arrow keys go on.
     QTest::keyClick(&control<QAbstractButton>("Audio"), Qt::Key_Right);
     EXPECT_EQ(window->selectedTab(), SettingsTab::safety);
+}
+
+TEST_F(SettingsTest, TheMigrationAsksForTheImporter)
+{
+    open(SettingsTab::general);
+    EXPECT_THAT(texts(),
+                testing::Contains("Have an export file from Tovik? Click to import your sessions, settings, "
+                                  "and calibrations."));
+    EXPECT_EQ(importerRequests, 0);
+    press("Import data from Tovik…");
+    EXPECT_EQ(importerRequests, 1);
 }
 
 TEST_F(SettingsTest, EachSwitchWritesItsKey)

@@ -6,6 +6,7 @@
 #include <support/NoShareServices.h>
 #include <support/PopoverStates.h>
 #include <ui/SessionReportWindowRoot.h>
+#include <ui/SettingsView.h>
 #include <ui/VelmorApp.h>
 
 #include <QAbstractButton>
@@ -57,15 +58,19 @@ struct ToldUpdater final : SoftwareUpdater
 class ShellTest : public testing::Test
 {
 protected:
-    ShellTest() { start(); }
+    ShellTest()
+    {
+        posed.host.defaults.set("Velmor.welcomeShown", true);
+        start();
+    }
     ~ShellTest() override { QApplication::setPalette(QPalette()); }
 
-    void start(WelcomeWindowFactory makeWelcome = {})
+    void start()
     {
         app.reset();
-        app = std::make_unique<VelmorApp>(VelmorApp::Needs{
-            *posed.hub, posed.host.defaults, posed.host.notifications, posed.host.workspace, updater, schemes,
-            shareServices, folder.path(), [this] { ++ends; }, std::move(makeWelcome)});
+        app = std::make_unique<VelmorApp>(
+            VelmorApp::Needs{*posed.hub, posed.host.defaults, posed.host.notifications, posed.host.workspace,
+                             updater, schemes, shareServices, folder.path(), [this] { ++ends; }});
     }
 
     /// The visible windows with a title.
@@ -173,6 +178,28 @@ TEST_F(ShellTest, HowToGetATrayIsToldOnce)
     start();
     QTest::qWait(10500);
     EXPECT_EQ(hints(), 1);
+}
+
+TEST_F(ShellTest, TheFirstLaunchWelcomesAndTheSettingsOfferTheImport)
+{
+    EXPECT_TRUE(windows("Welcome to Velmor").empty());
+    app->openSettings();
+    auto* const settings = dynamic_cast<SettingsView*>(windows("Settings").at(0));
+    ASSERT_TRUE(settings);
+    settings->select(SettingsTab::general);
+    for (QAbstractButton* const button : settings->findChildren<QAbstractButton*>()) {
+        if (button->text() == QStringLiteral("Import data from Tovik…"))
+            button->click();
+    }
+    EXPECT_EQ(windows("Welcome to Velmor").size(), 1U);
+    // Dismissed or not: the next launch without the key welcomes again.
+    posed.host.defaults.set("Velmor.welcomeShown", false);
+    start();
+    ASSERT_EQ(windows("Welcome to Velmor").size(), 1U);
+    posed.host.defaults.set("conservativeDoseMode", true);
+    windows("Welcome to Velmor")[0]->close();
+    EXPECT_EQ(posed.host.defaults.get<bool>("Velmor.welcomeShown"), true);
+    EXPECT_TRUE(posed.hub->settings.conservativeDoseMode);
 }
 
 TEST_F(ShellTest, AnImportIsPickedUp)

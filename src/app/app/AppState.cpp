@@ -4,6 +4,7 @@
 #include <app/VelmorURLDispatcher.h>
 #include <app/VelmorURLSchemeHandler.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace velmor {
@@ -241,7 +242,9 @@ double AppState::todaysCompletedDose() const
         if (session.endDate && m_calendar.isSameDay(session.startDate, m_loop.now()))
             dose += session.doseAccumulated;
     }
-    return dose;
+    // A file may say anything. What is not finite would make all that is added to it unusable.
+    constexpr double mostDose = 1e9;
+    return std::clamp(dose, 0.0, mostDose);
 }
 
 void AppState::reconcileDose()
@@ -249,15 +252,30 @@ void AppState::reconcileDose()
     doseCalculator.reconcileWithSessions(todaysCompletedDose());
 }
 
+// The service tells of running workstations after each reading. Of those that ran before it has told already:
+// the user may have ended their session since.
+void AppState::reloadCustomDAWs()
+{
+    const bool isNews = !dawDetection.isDAWRunning && !sessionManager.currentSession.get();
+    auto onDAWLaunched = isNews ? nullptr : std::exchange(dawDetection.onDAWLaunched, nullptr);
+    dawDetection.reloadCustomDAWs();
+    if (!isNews)
+        dawDetection.onDAWLaunched = std::move(onDAWLaunched);
+}
+
 void AppState::refreshAfterTovikImport()
 {
+    // A session may have begun meanwhile. Its figures are newer than any store, and it goes on with them.
+    const bool isMeasuring = sessionManager.currentSession.get().has_value();
     sessionManager.loadHistory();
-    doseCalculator.restorePersistedDose();
-    reconcileDose();
+    if (!isMeasuring) {
+        doseCalculator.restorePersistedDose();
+        reconcileDose();
+    }
     targetCalibrationStore.reload();
     calibrationProfileStore.reload();
     micFreqCorrection.reload();
-    dawDetection.reloadCustomDAWs();
+    reloadCustomDAWs();
     referenceTracker.reloadSettings();
     alertDetector.reloadSettings();
     const double offsetBefore = settings.calibrationOffset;

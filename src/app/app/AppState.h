@@ -222,7 +222,11 @@ public:
     /// The calendar that the hub was given answers for another time zone now.
     void timeZoneChanged();
 
-    /// Brings the services back in step with what an import wrote to the store and to the disk.
+    /// Ends whatever calibration is under way, with what is heard of it.
+    void cancelCalibrations();
+
+    /// Brings the services back in step with what an import wrote to the store and to the disk. A session
+    /// that runs keeps the dose that it is adding to.
     void refreshAfterTovikImport();
 
 private:
@@ -236,7 +240,6 @@ private:
     void setupCalibration();
     void calibrationNoiseChanged(bool isPlaying);
     void updateCalibrationTrustSoon();
-    void cancelCalibrations();
     void calibrate(const CalibrationRecord& record);
     double correctionGain() const;
     int usedChannel(const std::optional<AudioDevice>& device) const;
@@ -249,6 +252,7 @@ private:
     void applyLaunchAtLogin(bool isWanted);
     double todaysCompletedDose() const;
     void reconcileDose();
+    void reloadCustomDAWs();
 
     void startSPLFeed();
     void followClock();

@@ -4,6 +4,7 @@
 
 #include <sessions/DailyDiscipline.h>
 
+#include <optional>
 #include <utility>
 
 namespace velmor {
@@ -31,15 +32,22 @@ void AppState::endSession()
     const double sessionDose = doseCalculator.sessionDose();
     const double totalDose = doseCalculator.dosePercentage;
     const auto disciplineSummary = referenceTracker.snapshotSummary();
+    std::optional<Uuid> ended;
+    if (const auto& running = sessionManager.currentSession.get()) {
+        ended = running->id;
+        doseCalculator.persistDose();
+    }
     sessionManager.endSession(doseCalculator, disciplineSummary);
     audioService.stop();
     m_readingSampleTimer.reset();
     leqStatistics.reset();
     alertDetector.endSession();
     notifications.clearSustainedExposure();
-    const auto& history = sessionManager.sessionHistory.get();
-    const auto newest = history.empty() ? std::nullopt : std::optional(history.front().id);
-    notifications.sendSessionRecapNotification(sessionDose, totalDose, newest);
+    if (!ended) {
+        if (const auto newest = sessionManager.newestSession())
+            ended = newest->id;
+    }
+    notifications.sendSessionRecapNotification(sessionDose, totalDose, ended);
     writeWidgetSnapshot(true);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <app/DAWIconResolver.h>
 
-#include <app/Constants.h>
+#include <integrations/Constants.h>
 
 #include <algorithm>
 

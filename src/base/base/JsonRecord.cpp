@@ -9,12 +9,12 @@ namespace velmor {
 
 void readJson(JsonElement element, double& value)
 {
-    value = element.get_double();
+    value = element.value.get_double();
 }
 
 void readJson(JsonElement element, float& value)
 {
-    const double wide = element.get_double();
+    const double wide = element.value.get_double();
     // The shortest text of the largest number of 32 bits lies a little beyond it.
     constexpr double largest = static_cast<double>(std::numeric_limits<float>::max());
     constexpr double halfAStep = 0x1p103;
@@ -25,22 +25,22 @@ void readJson(JsonElement element, float& value)
 
 void readJson(JsonElement element, bool& value)
 {
-    value = element.get_bool();
+    value = element.value.get_bool();
 }
 
 void readJson(JsonElement element, std::int64_t& value)
 {
-    value = element.get_int64();
+    value = element.value.get_int64();
 }
 
 void readJson(JsonElement element, std::string& value)
 {
-    value = std::string_view(element.get_string());
+    value = std::string_view(element.value.get_string());
 }
 
 void readJson(JsonElement element, Uuid& value)
 {
-    const auto uuid = uuidFromText(element.get_string());
+    const auto uuid = uuidFromText(element.value.get_string());
     if (!uuid)
         throw JsonError("a text is no UUID");
     value = *uuid;
@@ -48,9 +48,10 @@ void readJson(JsonElement element, Uuid& value)
 
 void readJson(JsonElement element, Date& value)
 {
-    const auto date = dateFromReference(element.get_double());
+    const auto date = element.dates == JsonDates::iso ? dateFromIsoText(element.value.get_string())
+                                                      : dateFromReference(element.value.get_double());
     if (!date)
-        throw JsonError("a moment is out of reach");
+        throw JsonError(element.dates == JsonDates::iso ? "a text is no date" : "a moment is out of reach");
     value = *date;
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <base/Date.h>
+#include <base/JsonError.h>
 #include <base/JsonMembers.h>
 #include <base/JsonWriter.h>
 #include <base/Uuid.h>
@@ -16,7 +17,6 @@
 #include <map>
 #include <new>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -25,14 +25,18 @@
 
 namespace velmor {
 
-/// A text is not the JSON that is asked for, or a value has no form in it. The message says why.
-class JsonError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
+/// The form that moments have in a text.
+enum class JsonDates {
+    sinceReference, ///< A number of seconds since the reference date.
+    iso             ///< A text as isoText() writes it.
 };
 
-using JsonElement = simdjson::dom::element;
+/// A value in a parsed text.
+struct JsonElement
+{
+    simdjson::dom::element value;
+    JsonDates dates = JsonDates::sinceReference;
+};
 
 void readJson(JsonElement element, double& value);
 void readJson(JsonElement element, float& value);
@@ -41,7 +45,6 @@ void readJson(JsonElement element, std::int64_t& value);
 void readJson(JsonElement element, std::string& value);
 void readJson(JsonElement element, Uuid& value);
 
-/// Seconds since the reference date.
 void readJson(JsonElement element, Date& value);
 
 inline void writeJson(JsonWriter& json, double value)
@@ -81,7 +84,7 @@ void writeJson(JsonWriter& json, const Record& record);
 template <typename Value>
 void readJson(JsonElement element, std::optional<Value>& value)
 {
-    if (element.is_null())
+    if (element.value.is_null())
         value.reset();
     else
         readJson(element, value.emplace());
@@ -101,8 +104,8 @@ template <typename Value>
 void readJson(JsonElement element, std::vector<Value>& values)
 {
     values.clear();
-    for (const JsonElement item : element.get_array())
-        readJson(item, values.emplace_back());
+    for (const simdjson::dom::element item : element.value.get_array())
+        readJson({item, element.dates}, values.emplace_back());
 }
 
 template <typename Value>
@@ -119,9 +122,9 @@ template <typename Value>
 void readJson(JsonElement element, std::map<std::string, Value, std::less<>>& values)
 {
     values.clear();
-    for (const auto& [key, item] : element.get_object()) {
+    for (const auto& [key, item] : element.value.get_object()) {
         Value value{};
-        readJson(item, value);
+        readJson({item, element.dates}, value);
         values.insert_or_assign(std::string(key), std::move(value));
     }
 }
@@ -140,20 +143,20 @@ void writeJson(JsonWriter& json, const std::map<std::string, Value, std::less<>>
 namespace json_detail {
 
 template <typename Value>
-void readMember(const simdjson::dom::object& object, std::string_view key, Value& value)
+void readMember(JsonElement object, std::string_view key, Value& value)
 {
-    JsonElement member;
-    if (object[key].get(member) != simdjson::SUCCESS)
+    simdjson::dom::element member;
+    if (object.value[key].get(member) != simdjson::SUCCESS)
         throw JsonError("\"" + std::string(key) + "\" is missing");
-    readJson(member, value);
+    readJson({member, object.dates}, value);
 }
 
 template <typename Value>
-void readMember(const simdjson::dom::object& object, std::string_view key, std::optional<Value>& value)
+void readMember(JsonElement object, std::string_view key, std::optional<Value>& value)
 {
-    JsonElement member;
-    if (object[key].get(member) == simdjson::SUCCESS)
-        readJson(member, value);
+    simdjson::dom::element member;
+    if (object.value[key].get(member) == simdjson::SUCCESS)
+        readJson({member, object.dates}, value);
 }
 
 template <typename Value>
@@ -175,9 +178,10 @@ void writeMember(JsonWriter& json, std::string_view key, const std::optional<Val
 template <JsonRecord Record>
 void readJson(JsonElement element, Record& record)
 {
-    const simdjson::dom::object object = element.get_object();
+    if (!element.value.is_object())
+        throw JsonError("a record is no object");
     const auto read = [&](const auto& row) {
-        json_detail::readMember(object, row.first, record.*row.second);
+        json_detail::readMember(element, row.first, record.*row.second);
     };
     std::apply([&](const auto&... rows) { (read(rows), ...); }, jsonMembers<Record>);
 }
@@ -195,7 +199,7 @@ void writeJson(JsonWriter& json, const Record& record)
 
 /// The value that a whole JSON text holds. \throws JsonError
 template <typename Value>
-Value decodedJsonOrThrow(std::string_view text)
+Value decodedJsonOrThrow(std::string_view text, JsonDates dates = JsonDates::sinceReference)
 {
     // Data of no length may lie nowhere, which the parser doesn't take.
     if (text.empty())
@@ -203,7 +207,7 @@ Value decodedJsonOrThrow(std::string_view text)
     try {
         simdjson::dom::parser parser;
         Value value{};
-        readJson(parser.parse(text.data(), text.size()), value);
+        readJson({parser.parse(text.data(), text.size()), dates}, value);
         return value;
     } catch (const simdjson::simdjson_error& error) {
         throw JsonError(error.what());

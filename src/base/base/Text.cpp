@@ -46,6 +46,18 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
+std::string withoutControls(std::string_view text)
+{
+    std::string kept(text);
+    std::erase_if(kept, [](char byte) {
+        constexpr unsigned char firstPrintable = 0x20;
+        constexpr unsigned char del = 0x7F;
+        const auto code = static_cast<unsigned char>(byte);
+        return code < firstPrintable || code == del;
+    });
+    return kept;
+}
+
 std::size_t utf8SequenceLength(std::string_view text)
 {
     const auto byte = [&](std::size_t i) {

@@ -14,6 +14,9 @@ std::string lowerCase(std::string_view text);
 /// carriage return and U+0085. \param text UTF-8. \return a part of it.
 std::string_view trimmed(std::string_view text);
 
+/// Without the control characters of ASCII, among them those that lead a terminal astray. \param text UTF-8.
+std::string withoutControls(std::string_view text);
+
 /// Stands in for bytes that are no UTF-8.
 inline constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 

@@ -74,7 +74,7 @@ std::string_view rawValue(CalibrationMethod method)
 
 void readJson(JsonElement element, CalibrationMethod& value)
 {
-    const auto method = valueFromRaw(methods, element.get_string());
+    const auto method = valueFromRaw(methods, element.value.get_string());
     if (!method)
         throw JsonError("no method of calibration");
     value = *method;

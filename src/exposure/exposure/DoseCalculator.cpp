@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <exposure/DoseCalculator.h>
 
+#include <base/Counts.h>
 #include <exposure/PeakLimits.h>
 
 #include <algorithm>
@@ -23,13 +24,7 @@ constexpr double secondsPerHour = 3600.0;
 constexpr double longestGapSeconds = 60.0;
 
 constexpr auto conservativeModeKey = "DoseCalculator.conservativeMode";
-constexpr auto accumulatedDoseKey = "DoseCalculator.accumulatedDose";
-constexpr auto doseDateKey = "DoseCalculator.doseDate";
-constexpr auto peakCount135Key = "DoseCalculator.peakCount135";
-constexpr auto peakCount137Key = "DoseCalculator.peakCount137";
-constexpr auto peakCount140Key = "DoseCalculator.peakCount140";
 constexpr auto todayPeakDBCKey = "DoseCalculator.todayPeakDBC";
-constexpr auto peakDBACount115Key = "DoseCalculator.peakDBACount115";
 
 double hoursAllowedAt(double level)
 {
@@ -38,7 +33,9 @@ double hoursAllowedAt(double level)
 
 void increment(Published<std::int64_t>& count)
 {
-    count = count.get() + 1;
+    std::int64_t next = count;
+    addCount(next, 1);
+    count = next;
 }
 
 } // namespace
@@ -190,19 +187,20 @@ void DoseCalculator::persistConservativeMode()
 
 void DoseCalculator::persistDose()
 {
-    m_defaults.set(accumulatedDoseKey, accumulatedDose);
-    m_defaults.set(doseDateKey, m_loop.now());
-    m_defaults.set(peakCount135Key, peakCount135.get());
-    m_defaults.set(peakCount137Key, peakCount137.get());
-    m_defaults.set(peakCount140Key, peakCount140.get());
+    m_defaults.set(DoseKeys::accumulatedDose, accumulatedDose);
+    m_defaults.set(DoseKeys::doseDate, m_loop.now());
+    m_defaults.set(DoseKeys::peakCount135, peakCount135.get());
+    m_defaults.set(DoseKeys::peakCount137, peakCount137.get());
+    m_defaults.set(DoseKeys::peakCount140, peakCount140.get());
     m_defaults.set(todayPeakDBCKey, todayPeakDBC.get());
-    m_defaults.set(peakDBACount115Key, peakDBACount115.get());
+    m_defaults.set(DoseKeys::peakDBACount115, peakDBACount115.get());
 }
 
 void DoseCalculator::clearPersistedDose()
 {
-    for (const auto key : {accumulatedDoseKey, doseDateKey, peakCount135Key, peakCount137Key, peakCount140Key,
-                           todayPeakDBCKey, peakDBACount115Key})
+    for (const auto key :
+         {DoseKeys::accumulatedDose, DoseKeys::doseDate, DoseKeys::peakCount135, DoseKeys::peakCount137,
+          DoseKeys::peakCount140, todayPeakDBCKey, DoseKeys::peakDBACount115})
         m_defaults.remove(key);
 }
 
@@ -210,21 +208,21 @@ void DoseCalculator::restorePersistedDose()
 {
     conservativeMode = m_defaults.get<bool>(conservativeModeKey).value_or(false);
 
-    const auto doseDate = m_defaults.get<Date>(doseDateKey);
+    const auto doseDate = m_defaults.get<Date>(DoseKeys::doseDate);
     if (!doseDate || !m_calendar.isSameDay(*doseDate, m_loop.now())) {
         clearPersistedDose();
         return;
     }
-    const double storedDose = m_defaults.get<double>(accumulatedDoseKey).value_or(0);
-    if (!(storedDose > 0))
+    const double storedDose = m_defaults.get<double>(DoseKeys::accumulatedDose).value_or(0);
+    if (!(storedDose > 0) || !std::isfinite(storedDose))
         return;
     accumulatedDose = storedDose;
     m_sessionStartDose = storedDose;
-    peakCount135 = m_defaults.get<std::int64_t>(peakCount135Key).value_or(0);
-    peakCount137 = m_defaults.get<std::int64_t>(peakCount137Key).value_or(0);
-    peakCount140 = m_defaults.get<std::int64_t>(peakCount140Key).value_or(0);
+    peakCount135 = m_defaults.get<std::int64_t>(DoseKeys::peakCount135).value_or(0);
+    peakCount137 = m_defaults.get<std::int64_t>(DoseKeys::peakCount137).value_or(0);
+    peakCount140 = m_defaults.get<std::int64_t>(DoseKeys::peakCount140).value_or(0);
     todayPeakDBC = m_defaults.get<double>(todayPeakDBCKey).value_or(0);
-    peakDBACount115 = m_defaults.get<std::int64_t>(peakDBACount115Key).value_or(0);
+    peakDBACount115 = m_defaults.get<std::int64_t>(DoseKeys::peakDBACount115).value_or(0);
     publishQuietly(accumulatedDose * 100, doseLevelFrom(accumulatedDose * 100));
 }
 

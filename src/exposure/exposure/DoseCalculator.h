@@ -20,6 +20,16 @@ namespace velmor {
 /// \param dBA A-weighted level, dB re 20 µPa. \return hours.
 double allowedExposureTime(double dBA);
 
+/// Where the day's dose is kept in the defaults store. What is there counts on the day of `doseDate` alone.
+namespace DoseKeys {
+inline constexpr auto accumulatedDose = "DoseCalculator.accumulatedDose"; ///< 1 is the allowed dose.
+inline constexpr auto doseDate = "DoseCalculator.doseDate";
+inline constexpr auto peakCount135 = "DoseCalculator.peakCount135";
+inline constexpr auto peakCount137 = "DoseCalculator.peakCount137";
+inline constexpr auto peakCount140 = "DoseCalculator.peakCount140";
+inline constexpr auto peakDBACount115 = "DoseCalculator.peakDBACount115";
+} // namespace DoseKeys
+
 /// The day's noise exposure: the dose on the NIOSH model (100 % = 8 hours at 85 dBA, 3 dB exchange
 /// rate, nothing counted below 80 dB), its band, the counts of impulse peaks against the limits of
 /// EU Directive 2003/10/EC, and a projection to the end of an 8-hour working day. Writes itself to
@@ -76,6 +86,10 @@ public:
     /// Takes up the stored dose if it is of today. Called once, by the owner.
     void restorePersistedDose();
 
+    /// Writes the day to the defaults store. Measuring does so by itself, but for peaks of what is too quiet
+    /// to count.
+    void persistDose();
+
     /// Writes `conservativeMode` to the defaults store.
     void persistConservativeMode();
 
@@ -89,7 +103,6 @@ private:
     void trackPeak(double peakDBC);
     void trackInstantaneousPeak(double peakDBA);
     void updateProjection(double currentDBA);
-    void persistDose();
     void clearPersistedDose();
     void publishQuietly(double percentage, DoseLevel level);
 

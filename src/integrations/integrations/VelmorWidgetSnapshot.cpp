@@ -54,7 +54,7 @@ inline constexpr auto jsonMembers<VelmorWidgetSnapshot> = std::tuple(
 
 void readJson(JsonElement element, DisciplineZone& value)
 {
-    const auto zone = disciplineZoneFromRaw(element.get_string());
+    const auto zone = disciplineZoneFromRaw(element.value.get_string());
     if (!zone)
         throw JsonError("no zone");
     value = *zone;

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <sessions/SessionFormat.h>
 
+#include <base/JsonStream.h>
+
 #include <fmt/format.h>
 #include <simdjson.h>
 
 #include <array>
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -14,11 +15,6 @@ namespace velmor {
 namespace ondemand = simdjson::ondemand;
 
 namespace {
-
-static_assert(historySpareCapacity >= simdjson::SIMDJSON_PADDING);
-
-/// Deeper nesting, in members that nobody asks for, is refused: it would end in the stack.
-constexpr int deepestNesting = 500;
 
 struct NumberField
 {
@@ -76,7 +72,7 @@ public:
     {
         for (std::size_t i = 0; i < count; ++i) {
             if ((m_met >> i & 1U) == 0)
-                throw SessionFormatError(fmt::format("\"{}\" is missing", keys[i]));
+                throw JsonError(fmt::format("\"{}\" is missing", keys[i]));
         }
     }
 
@@ -84,48 +80,11 @@ private:
     unsigned m_met = 0;
 };
 
-/// Walks through a value that nobody asks for, for a history with an error anywhere is damaged.
-void checkValue(ondemand::value value, int depth)
-{
-    if (depth > deepestNesting)
-        throw SessionFormatError("nested too deeply");
-    switch (ondemand::json_type(value.type())) {
-    case ondemand::json_type::array:
-        for (auto element : value.get_array())
-            checkValue(element.value(), depth + 1);
-        return;
-    case ondemand::json_type::object:
-        for (auto field : value.get_object()) {
-            (void)std::string_view(field.unescaped_key());
-            checkValue(field.value().value(), depth + 1);
-        }
-        return;
-    case ondemand::json_type::number:
-        (void)value.get_double().value();
-        return;
-    case ondemand::json_type::string:
-        (void)value.get_string().value();
-        return;
-    case ondemand::json_type::boolean:
-        (void)value.get_bool().value();
-        return;
-    case ondemand::json_type::null:
-        if (!value.is_null().value())
-            throw SessionFormatError("no JSON value");
-        return;
-    }
-}
-
 /// A text of unknown origin, for a line of output.
 std::string quoted(std::string_view text)
 {
     constexpr std::size_t mostBytes = 60;
     return fmt::format("{:?}", text.substr(0, mostBytes));
-}
-
-bool isNull(ondemand::value& value)
-{
-    return ondemand::json_type(value.type()) == ondemand::json_type::null && value.is_null().value();
 }
 
 Date decodedDate(ondemand::value& value)
@@ -143,7 +102,7 @@ Date decodedDate(ondemand::value& value)
     const std::string_view text = value.get_string();
     const auto date = dateFromIsoText(text);
     if (!date)
-        throw SessionFormatError(quoted(text) + " is no date");
+        throw JsonError(quoted(text) + " is no date");
     return *date;
 }
 
@@ -152,7 +111,7 @@ Zone decodedZone(ondemand::value& value)
     const std::string_view text = value.get_string();
     const auto zone = zoneFromRaw(text);
     if (!zone)
-        throw SessionFormatError(quoted(text) + " is no zone");
+        throw JsonError(quoted(text) + " is no zone");
     return *zone;
 }
 
@@ -174,11 +133,11 @@ SPLReading decodedReading(ondemand::object object)
             reading.dosePercentageAtTime = value.get_double();
             requirements.meet(2);
         } else if (key == "dBC") {
-            reading.dBC = isNull(value) ? 0 : value.get_double().value();
+            reading.dBC = isJsonNull(value) ? 0 : value.get_double().value();
         } else if (key == "zone") {
-            reading.zone = isNull(value) ? std::nullopt : std::optional(decodedZone(value));
+            reading.zone = isJsonNull(value) ? std::nullopt : std::optional(decodedZone(value));
         } else {
-            checkValue(value, 0);
+            checkJson(value);
         }
     }
     requirements.check(required);
@@ -192,7 +151,7 @@ bool decodeNumber(Session& session, std::string_view key, ondemand::value& value
         const NumberField& field = numberFields[i];
         if (key != field.key)
             continue;
-        session.*field.member = !field.isRequired && isNull(value) ? 0 : value.get_double().value();
+        session.*field.member = !field.isRequired && isJsonNull(value) ? 0 : value.get_double().value();
         if (field.isRequired)
             requirements.meet(i);
         return true;
@@ -200,7 +159,7 @@ bool decodeNumber(Session& session, std::string_view key, ondemand::value& value
     for (const CountField& field : countFields) {
         if (key != field.key)
             continue;
-        session.*field.member = isNull(value) ? 0 : value.get_int64().value();
+        session.*field.member = isJsonNull(value) ? 0 : value.get_int64().value();
         return true;
     }
     return false;
@@ -221,14 +180,14 @@ Session decodedSession(ondemand::object object)
             const std::string_view text = value.get_string();
             const auto id = uuidFromText(text);
             if (!id)
-                throw SessionFormatError(quoted(text) + " is no UUID");
+                throw JsonError(quoted(text) + " is no UUID");
             session.id = *id;
             requirements.meet(firstOther);
         } else if (key == "startDate") {
             session.startDate = decodedDate(value);
             requirements.meet(firstOther + 1);
         } else if (key == "endDate") {
-            session.endDate = isNull(value) ? std::nullopt : std::optional(decodedDate(value));
+            session.endDate = isJsonNull(value) ? std::nullopt : std::optional(decodedDate(value));
         } else if (key == "dawName") {
             session.dawName = std::string_view(value.get_string());
             requirements.meet(firstOther + 2);
@@ -239,41 +198,17 @@ Session decodedSession(ondemand::object object)
             session.readings.shrink_to_fit();
             requirements.meet(firstOther + 3);
         } else if (!decodeNumber(session, key, value, requirements)) {
-            checkValue(value, 0);
+            checkJson(value);
         }
     }
     requirements.check(required);
     return session;
 }
 
-SessionFormatError inSession(std::size_t number, const char* error)
+JsonError inSession(std::size_t number, const char* error)
 {
-    return SessionFormatError(fmt::format("session {}: {}", number, error));
+    return JsonError(fmt::format("session {}: {}", number, error));
 }
-
-/// Parses the text and hands the document to the function, which reads it to its end.
-template <typename Function>
-auto parsed(std::string text, Function function)
-{
-    try {
-        text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
-        ondemand::parser parser;
-        ondemand::document document =
-            parser.iterate(simdjson::padded_string_view(text.data(), text.size(), text.capacity()));
-        auto result = function(document);
-        if (document.current_location().error() != simdjson::OUT_OF_BOUNDS)
-            throw SessionFormatError("text after the end");
-        return result;
-    } catch (const simdjson::simdjson_error& error) {
-        throw SessionFormatError(error.what());
-    } catch (const std::bad_alloc&) {
-        throw SessionFormatError("it is too large for the memory");
-    }
-}
-
-} // namespace
-
-namespace {
 
 void writeSession(JsonWriter& json, const Session& session, std::span<const SPLReading> readings)
 {
@@ -321,19 +256,23 @@ std::optional<std::string> encodedHistory(std::span<const Session> sessions)
 
 std::vector<Session> decodedHistory(std::string text)
 {
-    return parsed(std::move(text), [](ondemand::document& document) {
-        std::vector<Session> sessions;
-        for (auto element : document.get_array()) {
-            try {
-                sessions.push_back(decodedSession(element.get_object()));
-            } catch (const simdjson::simdjson_error& error) {
-                throw inSession(sessions.size() + 1, error.what());
-            } catch (const SessionFormatError& error) {
-                throw inSession(sessions.size() + 1, error.what());
-            }
+    return readJsonStream(std::move(text),
+                          [](ondemand::document& document) { return decodedSessions(document.get_array()); });
+}
+
+std::vector<Session> decodedSessions(ondemand::array array)
+{
+    std::vector<Session> sessions;
+    for (auto element : array) {
+        try {
+            sessions.push_back(decodedSession(element.get_object()));
+        } catch (const simdjson::simdjson_error& error) {
+            throw inSession(sessions.size() + 1, error.what());
+        } catch (const JsonError& error) {
+            throw inSession(sessions.size() + 1, error.what());
         }
-        return sessions;
-    });
+    }
+    return sessions;
 }
 
 std::optional<std::string> encodedMoment(const Session& state, std::span<const SPLReading> newReadings)
@@ -345,8 +284,8 @@ std::optional<std::string> encodedMoment(const Session& state, std::span<const S
 
 Session decodedMoment(std::string text)
 {
-    return parsed(std::move(text),
-                  [](ondemand::document& document) { return decodedSession(document.get_object()); });
+    return readJsonStream(std::move(text),
+                          [](ondemand::document& document) { return decodedSession(document.get_object()); });
 }
 
 } // namespace velmor

@@ -1,23 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <base/JsonError.h>
 #include <base/JsonWriter.h>
 #include <sessions/Session.h>
 
+#include <simdjson.h>
+
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace velmor {
-
-/// A text that is not of the history's form; says where.
-class SessionFormatError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// The history file: a JSON array of sessions, printed for people. Dates lose their fractions of a
 /// second. Absent when a number is not finite.
@@ -25,11 +20,12 @@ std::optional<std::string> encodedHistory(std::span<const Session> sessions);
 
 /// Reads a history file. Strict: a key that must be there and isn't, a value of another type or a date
 /// with a fraction fails the whole; so does anything that is no JSON, also where it is not looked at.
-/// Fields that came later have defaults. A text with `historySpareCapacity` bytes of room is not copied.
-/// \throws SessionFormatError
+/// Fields that came later have defaults. A text with `jsonSpareCapacity` bytes of room is not copied.
+/// \throws JsonError
 std::vector<Session> decodedHistory(std::string text);
 
-inline constexpr std::size_t historySpareCapacity = 64;
+/// The same for an array in a text that is being read. \throws JsonError, simdjson::simdjson_error
+std::vector<Session> decodedSessions(simdjson::ondemand::array array);
 
 /// The session's own members, without its readings, into an object that the caller has begun.
 void writeSessionFields(JsonWriter& json, const Session& session);
@@ -39,7 +35,7 @@ void writeSessionFields(JsonWriter& json, const Session& session);
 /// finite.
 std::optional<std::string> encodedMoment(const Session& state, std::span<const SPLReading> newReadings);
 
-/// Reads what encodedMoment() wrote. \throws SessionFormatError
+/// Reads what encodedMoment() wrote. \throws JsonError
 Session decodedMoment(std::string text);
 
 } // namespace velmor

@@ -52,7 +52,7 @@ std::optional<Session> momentFrom(std::string_view line)
         return std::nullopt;
     try {
         return decodedMoment(std::string(json));
-    } catch (const SessionFormatError&) {
+    } catch (const JsonError&) {
         return std::nullopt;
     }
 }

@@ -3,6 +3,7 @@
 
 #include <base/AtomicFile.h>
 #include <base/FileText.h>
+#include <base/JsonStream.h>
 #include <base/Levels.h>
 #include <base/Print.h>
 #include <exposure/PeakLimits.h>
@@ -95,7 +96,7 @@ void SessionManager::endSession(const DoseCalculator& doseCalculator,
     Session session = *currentSession.get();
     finish(session, m_loop.now(), doseCalculator, disciplineSummary);
     if (!m_storage.isMemory())
-        m_unsavedSessions.push_back({session.id, journal});
+        m_unsavedSessions.insert_or_assign(session.id, journal);
     sessionHistory.update([&](auto& history) { history.insert(history.begin(), std::move(session)); });
     saveHistory();
     currentSession = std::nullopt;
@@ -167,6 +168,25 @@ void SessionManager::deleteSession(Uuid id)
     saveHistory();
 }
 
+void SessionManager::mergeSessions(const std::vector<Session>& sessions)
+{
+    std::map<Uuid, Session> merged;
+    for (const Session& session : sessionHistory.get())
+        merged.insert_or_assign(session.id, session);
+    for (const Session& session : sessions) {
+        merged.insert_or_assign(session.id, session);
+        if (!m_storage.isMemory())
+            m_unsavedSessions.try_emplace(session.id);
+    }
+    std::vector<Session> history;
+    history.reserve(merged.size());
+    for (auto& [id, session] : merged)
+        history.push_back(std::move(session));
+    std::ranges::stable_sort(history, {}, &Session::startDate);
+    sessionHistory = std::move(history);
+    saveHistory();
+}
+
 void SessionManager::saveHistory()
 {
     const auto folder = m_storage.folder();
@@ -178,9 +198,9 @@ void SessionManager::saveHistory()
         notifyOfSaveFailureOnce(error);
         return;
     }
-    for (const UnsavedSession& session : std::exchange(m_unsavedSessions, {})) {
+    for (const auto& [id, journal] : std::exchange(m_unsavedSessions, {})) {
         std::error_code ignored;
-        std::filesystem::remove(session.journal, ignored);
+        std::filesystem::remove(journal, ignored);
     }
 }
 
@@ -224,13 +244,13 @@ void SessionManager::loadHistory()
 
     std::vector<Session> loaded;
     std::error_code error;
-    std::string text = fileText(file, error, historySpareCapacity);
+    std::string text = fileText(file, error, jsonSpareCapacity);
     try {
         if (error)
-            throw SessionFormatError(error.message());
+            throw JsonError(error.message());
         loaded = decodedHistory(std::move(text));
         m_mustSetAside = false;
-    } catch (const SessionFormatError& failure) {
+    } catch (const JsonError& failure) {
         printUnmarkedLine(fmt::format("Failed to load session history: {}", failure.what()));
         m_mustSetAside = bool(setDamagedHistoryAside(file, m_loop.now()));
         keepUnsavedSessions(loaded);
@@ -252,16 +272,15 @@ void SessionManager::loadHistory()
         saveHistory();
 }
 
-// Newest first, before what the file has.
+// Before what the file has, and in place of it: what is in memory is newer.
 void SessionManager::keepUnsavedSessions(std::vector<Session>& loaded) const
 {
     std::vector<Session> kept;
     for (const Session& session : sessionHistory.get()) {
-        const bool isUnsaved =
-            std::ranges::find(m_unsavedSessions, session.id, &UnsavedSession::id) != m_unsavedSessions.end();
-        if (isUnsaved && std::ranges::find(loaded, session.id, &Session::id) == loaded.end())
+        if (m_unsavedSessions.contains(session.id))
             kept.push_back(session);
     }
+    std::erase_if(loaded, [&](const Session& session) { return m_unsavedSessions.contains(session.id); });
     loaded.insert(loaded.begin(), kept.begin(), kept.end());
 }
 
@@ -277,12 +296,14 @@ void SessionManager::recoverSessions()
     const auto folder = m_storage.folder();
     if (!folder)
         return;
+    std::vector<std::filesystem::path> copies;
     for (SessionJournals::Left& journal : SessionJournals::leftIn(*folder)) {
         if (!journal.session) {
             SessionJournals::setAside(journal.file);
             continue;
         }
-        m_unsavedSessions.push_back({journal.session->id, journal.file});
+        if (!m_unsavedSessions.try_emplace(journal.session->id, journal.file).second)
+            copies.push_back(journal.file);
         if (isInHistory(journal.session->id))
             continue;
         printLine("Recovered the session {:?} of {} from its journal", journal.session->dawName,
@@ -292,6 +313,17 @@ void SessionManager::recoverSessions()
     }
     if (hasUnsavedSessions())
         saveHistory();
+    for (const auto& copy : copies) {
+        std::error_code ignored;
+        if (!hasUnsavedSessions())
+            std::filesystem::remove(copy, ignored);
+    }
+}
+
+std::optional<Session> SessionManager::newestSession() const
+{
+    const auto newest = std::ranges::max_element(sessionHistory.get(), {}, &Session::startDate);
+    return newest != sessionHistory.get().end() ? std::optional(*newest) : std::nullopt;
 }
 
 std::vector<Session> SessionManager::todaysSessions() const

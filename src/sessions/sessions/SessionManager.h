@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -41,7 +42,8 @@ public:
                    NotificationCenter& notificationCenter, SessionStorage storage, Bundle bundle);
 
     Published<std::optional<Session>> currentSession{*this, {}};
-    Published<std::vector<Session>> sessionHistory{*this, {}}; ///< Finished sessions, newest first.
+    Published<std::vector<Session>> sessionHistory{
+        *this, {}}; ///< Finished sessions: in the file's order, what has ended since before them.
 
     /// Begins a session. One that is running gets the name instead and goes on.
     void startSession(const std::string& dawName);
@@ -68,6 +70,10 @@ public:
     /// \param id by value: it may be that of an element which is about to go.
     void deleteSession(Uuid id);
 
+    /// Takes in sessions from elsewhere, each in place of one of the same identity, and saves. The history is
+    /// ordered by start from then on, oldest first.
+    void mergeSessions(const std::vector<Session>& sessions);
+
     /// Writes the finished sessions. A failure is printed, and raises a notification the first time;
     /// the history stays in memory.
     void saveHistory();
@@ -76,6 +82,9 @@ public:
     /// read leaves an empty history; the file is kept, and copied aside before anything overwrites it.
     /// A finished session that no save has brought to the disk yet stays.
     void loadHistory();
+
+    /// The session that began last; absent where there is none.
+    std::optional<Session> newestSession() const;
 
     /// Whether there are finished sessions that no save has brought to the disk yet.
     bool hasUnsavedSessions() const { return !m_unsavedSessions.empty(); }
@@ -116,13 +125,6 @@ public:
     std::string todaysTotalDurationFormatted() const;
 
 private:
-    /// A finished session that is not in the file yet. Its journal stays until it is.
-    struct UnsavedSession
-    {
-        Uuid id;
-        std::filesystem::path journal;
-    };
-
     std::string writeHistory(const std::filesystem::path& folder);
     void recoverSessions();
     void keepUnsavedSessions(std::vector<Session>& loaded) const;
@@ -143,7 +145,8 @@ private:
 
     std::unique_ptr<SessionJournal> m_journal;
     bool m_didPrintJournalFailure = false;
-    std::vector<UnsavedSession> m_unsavedSessions;
+    /// Finished sessions that are not in the file yet, with their journals, which stay until they are.
+    std::map<Uuid, std::filesystem::path> m_unsavedSessions;
     bool m_mustSetAside = false; ///< The file is damaged and has no copy yet.
 };
 

@@ -2,6 +2,7 @@
 #include <sessions/SessionManager.h>
 
 #include <base/AtomicFile.h>
+#include <base/Counts.h>
 #include <base/Print.h>
 #include <sessions/SessionFormat.h>
 
@@ -112,18 +113,9 @@ struct DayRow
         dose += session.doseAccumulated;
         peakSPL = std::max(peakSPL, session.peakSPL);
         peakDBC = std::max(peakDBC, session.peakDBC);
-        add(peakCount135, session.peakCount135);
-        add(peakCount140, session.peakCount140);
-        add(peakDBACount115, session.peakDBACount115);
-    }
-
-private:
-    /// A history can hold any number: a sum that none can hold stays at what there is.
-    static void add(std::int64_t& sum, std::int64_t count)
-    {
-        std::int64_t result = 0;
-        if (!__builtin_add_overflow(sum, count, &result))
-            sum = result;
+        addCount(peakCount135, session.peakCount135);
+        addCount(peakCount140, session.peakCount140);
+        addCount(peakDBACount115, session.peakDBACount115);
     }
 };
 

@@ -135,10 +135,9 @@ void CommandsSection::choosePause()
 
 void CommandsSection::shareLastSession()
 {
-    // Newest first.
-    const std::vector<Session>& history = m_hub.sessionManager.sessionHistory;
-    if (!history.empty())
-        m_hub.requestOpenReport(history.front());
+    // By date: where it stands tells nothing, as an import brings sessions of any age.
+    if (const auto newest = m_hub.sessionManager.newestSession())
+        m_hub.requestOpenReport(*newest);
 }
 
 void CommandsSection::leaveTo(const std::function<void()>& open)

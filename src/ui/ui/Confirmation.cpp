@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ui/Confirmation.h>
 
+#include <ui/Card.h>
 #include <ui/Style.h>
 #include <ui/TextLabel.h>
 
@@ -21,30 +22,6 @@ namespace {
 constexpr double veilOpacity = 0.82;
 constexpr int padding = static_cast<int>(spacing::group);
 constexpr int widestCard = 312;
-
-/// Its ground.
-class Card final : public QWidget
-{
-    void paintEvent(QPaintEvent*) override
-    {
-        const Shades& shades = shadesOf(appearanceOf(palette()));
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(shades.hairline, 1));
-        painter.setBrush(shades.control);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius::card, radius::card);
-    }
-};
-
-QString buttonStyle(const QColor& ground, const QColor& text, const QColor& focus)
-{
-    return QStringLiteral("QPushButton { outline: none; background: %1; color: %2; border: 2px solid %1; "
-                          "border-radius: %3px;"
-                          " padding: 5px 14px; } QPushButton:focus { border-color: %4; }")
-        .arg(ground.name(), text.name())
-        .arg(static_cast<int>(radius::control))
-        .arg(focus.name());
-}
 
 } // namespace
 
@@ -166,8 +143,8 @@ void Confirmation::showAppearance()
     const Shades& shades = shadesOf(appearanceOf(palette()));
     const QColor onRed = Qt::white;
     const QColor destructive("#c62f25");
-    m_cancel->setStyleSheet(buttonStyle(shades.controlPressed, shades.text, shades.blue));
-    m_confirm->setStyleSheet(buttonStyle(destructive, onRed, shades.text));
+    m_cancel->setStyleSheet(filledButtonStyle(shades.controlPressed, shades.text, shades.blue));
+    m_confirm->setStyleSheet(filledButtonStyle(destructive, onRed, shades.text));
 }
 
 void Confirmation::paintEvent(QPaintEvent*)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ui/HistoryFigures.h>
 
+#include <base/Counts.h>
 #include <integrations/WidgetMetrics.h>
 
 #include <algorithm>
@@ -33,7 +34,7 @@ HistoryFigures historyFigures(const DailyDoses& doses, const DayRange& range,
     for (const Session* const session : sessions) {
         figures.rangePeakSPL = std::max(figures.rangePeakSPL.value_or(session->peakSPL), session->peakSPL);
         figures.rangePeakDBC = std::max(figures.rangePeakDBC.value_or(session->peakDBC), session->peakDBC);
-        figures.rangeImpulseCount135 += session->peakCount135;
+        addCount(figures.rangeImpulseCount135, session->peakCount135);
     }
     return figures;
 }

@@ -2,6 +2,7 @@
 #include <ui/SettingsGeneralTab.h>
 
 #include <app/MenuBarDisplayMode.h>
+#include <ui/CommandButton.h>
 #include <ui/TextLabel.h>
 #include <ui/WebAddresses.h>
 
@@ -20,7 +21,8 @@ constexpr StepRange detailedRetentionRange = {1, 90};
 
 } // namespace
 
-SettingsGeneralTab::SettingsGeneralTab(AppState& hub, std::function<void(const std::string& url)> openUrl)
+SettingsGeneralTab::SettingsGeneralTab(AppState& hub, std::function<void(const std::string& url)> openUrl,
+                                       const std::function<void()>& showImporter)
     : m_hub(hub)
     , m_openUrl(std::move(openUrl))
 {
@@ -28,6 +30,7 @@ SettingsGeneralTab::SettingsGeneralTab(AppState& hub, std::function<void(const s
     addMenuBar();
     addNotifications();
     addStorage();
+    addMigration(showImporter);
     addAbout();
 }
 
@@ -145,6 +148,16 @@ void SettingsGeneralTab::addStorage()
         "sessions get downsampled to one sample per 100 seconds. Beyond the total retention, sessions "
         "are deleted entirely. Changes apply on next launch so you can revert by quitting Velmor without "
         "restarting.");
+}
+
+void SettingsGeneralTab::addMigration(const std::function<void()>& showImporter)
+{
+    SettingsSection& migration = addSection("Migration");
+    migration.addText(
+        "Have an export file from Tovik? Click to import your sessions, settings, and calibrations.");
+    auto* const button = new CommandButton(CommandButton::Form::onCard, "Import data from Tovik…", "");
+    connect(button, &CommandButton::clicked, this, showImporter);
+    migration.add(button);
 }
 
 QWidget* SettingsGeneralTab::infoRow(const char* label, const QString& text, const QString& link)

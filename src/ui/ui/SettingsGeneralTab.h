@@ -12,17 +12,20 @@
 
 namespace velmor {
 
-/// Sessions, the login, the tray, notifications, how long sessions are kept, and what program this is.
+/// Sessions, the login, the tray, notifications, how long sessions are kept, what a predecessor has left, and
+/// what program this is.
 class SettingsGeneralTab final : public SettingsPage
 {
 public:
-    SettingsGeneralTab(AppState& hub, std::function<void(const std::string& url)> openUrl);
+    SettingsGeneralTab(AppState& hub, std::function<void(const std::string& url)> openUrl,
+                       const std::function<void()>& showImporter);
 
 private:
     void addSessions();
     void addMenuBar();
     void addNotifications();
     void addStorage();
+    void addMigration(const std::function<void()>& showImporter);
     void addAbout();
     Stepper& menuBarColorThresholdRow(SettingsSection& section, const char* title, Setting<double>& value,
                                       std::function<StepRange()> range);

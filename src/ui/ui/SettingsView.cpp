@@ -30,7 +30,8 @@ constexpr int leastRefreshMilliseconds = 100;
 
 } // namespace
 
-SettingsView::SettingsView(AppState& hub, DefaultsStore& defaults, Workspace& workspace)
+SettingsView::SettingsView(AppState& hub, DefaultsStore& defaults, Workspace& workspace,
+                           const std::function<void()>& showImporter)
     : m_hub(hub)
     , m_vesk(workspace, defaults)
     , m_stack(new QStackedWidget)
@@ -57,7 +58,8 @@ SettingsView::SettingsView(AppState& hub, DefaultsStore& defaults, Workspace& wo
            [this, &hub] { return new SettingsReferenceTab(hub, [this] { select(SettingsTab::audio); }); });
     addTab("DAWs", "pianokeys", *bar, [&hub, &workspace] { return new SettingsDAWsTab(hub, workspace); });
     addTab("Panel", "pin.fill", *bar, [&hub] { return new SettingsPanelTab(hub.settings); });
-    addTab("General", "gear", *bar, [&hub, openUrl] { return new SettingsGeneralTab(hub, openUrl); });
+    addTab("General", "gear", *bar,
+           [&hub, openUrl, showImporter] { return new SettingsGeneralTab(hub, openUrl, showImporter); });
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(1);

@@ -25,7 +25,9 @@ class SettingsView final : public QWidget
 public:
     static constexpr int width = 500;
 
-    SettingsView(AppState& hub, DefaultsStore& defaults, Workspace& workspace);
+    /// \param showImporter the user wants to import another program's data.
+    SettingsView(AppState& hub, DefaultsStore& defaults, Workspace& workspace,
+                 const std::function<void()>& showImporter);
 
     void select(SettingsTab tab);
     SettingsTab selectedTab() const { return m_selectedTab; }

@@ -31,7 +31,7 @@ VelmorApp::VelmorApp(const Needs& needs)
     , m_workspace(needs.workspace)
     , m_colorSchemes(needs.colorSchemes)
     , m_terminate(needs.terminate)
-    , m_delegate(needs.defaults, notifications, needs.makeWelcome)
+    , m_delegate(needs.hub, needs.defaults, notifications)
     , m_checkForUpdates(needs.updater)
     , m_sharing(needs.hub, needs.shareServices, needs.caches)
     , m_panelRegistry([this](AppState& hub) { return new FloatingPanelWindow(hub, m_defaults); })
@@ -96,7 +96,9 @@ void VelmorApp::openScene(QPointer<QWidget>& window, const std::function<QWidget
 
 void VelmorApp::openSettings()
 {
-    openScene(m_settings, [this] { return new SettingsView(m_hub, m_defaults, m_workspace); });
+    openScene(m_settings, [this] {
+        return new SettingsView(m_hub, m_defaults, m_workspace, [this] { notifications.postShowImporter(); });
+    });
 }
 
 void VelmorApp::openHistory()

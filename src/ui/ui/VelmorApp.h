@@ -39,7 +39,6 @@ public:
         ShareServices& shareServices;
         std::filesystem::path caches;
         std::function<void()> terminate; ///< Ends the program.
-        WelcomeWindowFactory makeWelcome = {};
     };
 
     explicit VelmorApp(const Needs& needs);

@@ -1,31 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <app/AppState.h>
 #include <app/InternalNotifications.h>
 #include <platform/DefaultsStore.h>
+#include <ui/WelcomeWindowController.h>
 
-#include <QPointer>
-#include <QWidget>
-
-#include <functional>
-#include <string_view>
+#include <memory>
 
 namespace velmor {
-
-/// Makes the welcome window, without showing it. It calls back when the user is done with it; closing the
-/// window is the same.
-using WelcomeWindowFactory = std::function<QWidget*(std::function<void()> onDismiss)>;
 
 /// What the program does when the desktop starts it, and whenever somebody asks for the welcome. Main thread.
 class VelmorAppDelegate
 {
 public:
-    static constexpr std::string_view welcomeShownKey = "Velmor.welcomeShown";
-
-    /// \param makeWelcome empty for a program that has no welcome.
-    VelmorAppDelegate(DefaultsStore& defaults, InternalNotifications& notifications,
-                      WelcomeWindowFactory makeWelcome);
-    ~VelmorAppDelegate();
+    VelmorAppDelegate(AppState& hub, DefaultsStore& defaults, InternalNotifications& notifications);
 
     void applicationDidFinishLaunching();
 
@@ -35,10 +24,10 @@ public:
 private:
     void welcomeDismissed();
 
+    AppState& m_hub;
     DefaultsStore& m_defaults;
     InternalNotifications& m_notifications;
-    WelcomeWindowFactory m_makeWelcome;
-    QPointer<QWidget> m_welcomeWindow;
+    std::unique_ptr<WelcomeWindowController> m_welcomeWindowController;
     Subscription m_showImporter;
 };
 
