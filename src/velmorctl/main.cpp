@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Client.h"
 
+#include <base/Text.h>
 #include <linux/StandardStreams.h>
 
 #include <CLI/CLI.hpp>
@@ -61,7 +62,8 @@ ExitStatus finish(const Answer& answer, const Wanted& wanted,
 
 std::string dialog(const QVariantMap& results)
 {
-    return results.value(QStringLiteral("dialog")).toString().toStdString();
+    // A session's name is anybody's, and this may be a terminal.
+    return withoutControls(results.value(QStringLiteral("dialog")).toString().toStdString());
 }
 
 std::string shortcutTable(const QVariantMap& results)

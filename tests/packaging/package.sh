@@ -22,7 +22,7 @@ outside() {
     [ $# -eq 1 ] && [ -f "$1" ] || { echo "usage: $0 PACKAGE.deb" >&2; exit 2; }
     [ "$(id -u)" -eq 0 ] || { echo "$0: a system can be made by root only" >&2; exit 2; }
     local tool
-    for tool in debootstrap dpkg-deb unshare; do
+    for tool in debootstrap dpkg-deb objdump readelf unshare; do
         command -v "$tool" >/dev/null || { echo "$0: $tool was not found" >&2; exit 2; }
     done
 
@@ -94,6 +94,25 @@ check_installed() {
     done
     [ ! -e "$system/usr/bin/velmor-demonstration" ] || fail "velmor-demonstration is installed"
     echo "ok      version $1 is installed"
+}
+
+# What the compiler and the linker have done against faults that are still in the programs.
+check_hardening() {
+    local program file headers symbols
+    for program in velmor velmor-meter velmor-widget velmorctl; do
+        file="$system/usr/bin/$program"
+        headers="$(readelf --wide --file-header --program-headers --dynamic "$file")"
+        symbols="$(readelf --wide --dyn-syms "$file")"
+        [[ "$headers" =~ Type:\ +DYN ]] || fail "$program lies at a fixed address"
+        [[ "$headers" == *GNU_RELRO* ]] || fail "$program has no RELRO"
+        [[ "$headers" == *BIND_NOW* ]] || fail "$program binds lazily"
+        [[ ! "$headers" =~ GNU_STACK[^$'\n']*RWE ]] || fail "$program has an executable stack"
+        [[ "$symbols" == *__stack_chk_fail* ]] || fail "$program has no stack protector"
+        [[ "$symbols" =~ __[a-z]+_chk@ ]] || fail "$program has no fortified function"
+        objdump --disassemble --no-show-raw-insn "$file" | grep endbr64 >/dev/null ||
+            fail "$program has no marks for indirect branches"
+    done
+    echo "ok      position independent, RELRO, stack protector, fortified functions, indirect branches"
 }
 
 check_descriptions() {
@@ -220,6 +239,7 @@ inside() {
     cp "$package" "$system/packages/velmor.deb"
     install /packages/velmor.deb
     check_installed "$first"
+    check_hardening
     check_descriptions
     check_meter
 

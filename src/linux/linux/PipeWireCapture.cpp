@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <span>
@@ -230,8 +231,13 @@ private:
         const std::uint32_t channel = m_channel;
         if (channel < planes->n_datas && planes->datas[channel].data) {
             const spa_data& plane = planes->datas[channel];
-            const std::uint32_t offset = std::min(plane.chunk->offset, plane.maxsize);
-            const std::uint32_t size = std::min(plane.chunk->size, plane.maxsize - offset);
+            // Others write to the chunk while it is read: each figure is read once, and then checked.
+            const auto readOnce = [](std::uint32_t& figure) {
+                return std::atomic_ref(figure).load(std::memory_order_relaxed);
+            };
+            const std::uint32_t claimedOffset = std::min(readOnce(plane.chunk->offset), plane.maxsize);
+            const std::uint32_t offset = claimedOffset - claimedOffset % sizeof(float);
+            const std::uint32_t size = std::min(readOnce(plane.chunk->size), plane.maxsize - offset);
             const auto* samples =
                 reinterpret_cast<const float*>(static_cast<const std::byte*>(plane.data) + offset);
             m_capture->push({samples, size / sizeof(float)});

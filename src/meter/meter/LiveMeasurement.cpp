@@ -3,6 +3,7 @@
 
 #include <app/AppState.h>
 #include <base/JsonWriter.h>
+#include <base/Text.h>
 #include <linux/PipeWireCapture.h>
 #include <linux/PipeWireGraph.h>
 #include <linux/PollMainLoop.h>
@@ -112,8 +113,8 @@ std::string deviceList(bool json)
         for (const AudioDevice& device : graph.inputDevices()) {
             const int channels = graph.inputChannelCount(device.id);
             fmt::format_to(std::back_inserter(text), "{} {}\n    {}, {} channel{}\n",
-                           isDefault(device) ? '*' : ' ', device.uid, device.displayName(), channels,
-                           channels == 1 ? "" : "s");
+                           isDefault(device) ? '*' : ' ', withoutControls(device.uid),
+                           withoutControls(device.displayName()), channels, channels == 1 ? "" : "s");
         }
         return text.empty() ? "No input devices.\n" : text + "\n* the system's default\n";
     }

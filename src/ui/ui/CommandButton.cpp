@@ -2,6 +2,7 @@
 #include <ui/CommandButton.h>
 
 #include <ui/IconResolver.h>
+#include <ui/PlainText.h>
 
 #include <QFontMetricsF>
 #include <QPainter>
@@ -67,7 +68,7 @@ void CommandButton::show(const char* label, const char* symbol)
     m_symbol = symbol;
     setText(QString::fromUtf8(label));
     if (isSymbolAlone(m_form))
-        setToolTip(text());
+        setToolTip(plainText(text()));
 }
 
 void CommandButton::setTint(Tint tint)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ui/QtSavePanel.h>
 
+#include <ui/PlainText.h>
 #include <ui/Style.h>
 
 #include <QFile>
@@ -77,7 +78,8 @@ void answerWithSuffix(const QString& chosen, const QString& suffix, QWidget* win
     }
     auto* const question = new QMessageBox(
         QMessageBox::Warning, QStringLiteral("Velmor"),
-        QStringLiteral("%1 already exists. Do you want to replace it?").arg(QFileInfo(file).fileName()),
+        plainText(
+            QStringLiteral("%1 already exists. Do you want to replace it?").arg(QFileInfo(file).fileName())),
         QMessageBox::Yes | QMessageBox::No, window);
     question->setDefaultButton(QMessageBox::No);
     question->setAttribute(Qt::WA_DeleteOnClose);

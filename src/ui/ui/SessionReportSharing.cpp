@@ -4,6 +4,7 @@
 #include <base/AtomicFile.h>
 #include <base/FileText.h>
 #include <base/Print.h>
+#include <ui/PlainText.h>
 #include <ui/QtSavePanel.h>
 
 #include <QClipboard>
@@ -76,10 +77,10 @@ void copyToClipboard(const std::filesystem::path& file)
 
 void showWarning(QWidget* anchor, const std::string& title, const std::string& text)
 {
-    auto* const alert =
-        new QMessageBox(QMessageBox::Warning, QStringLiteral("Velmor"), QString::fromStdString(title),
-                        QMessageBox::Ok, anchor ? anchor->window() : nullptr);
-    alert->setInformativeText(QString::fromStdString(text));
+    auto* const alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Velmor"),
+                                        plainText(QString::fromStdString(title)), QMessageBox::Ok,
+                                        anchor ? anchor->window() : nullptr);
+    alert->setInformativeText(plainText(QString::fromStdString(text)));
     alert->setAttribute(Qt::WA_DeleteOnClose);
     alert->open();
 }

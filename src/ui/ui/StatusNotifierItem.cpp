@@ -191,7 +191,9 @@ public slots:
     // What the click allows: to bring a window to the front.
     void ProvideXdgActivationToken(const QString& token)
     {
-        if (!token.isEmpty())
+        // All that is started gets it: what is longer than a token is none.
+        constexpr qsizetype longestToken = 1024;
+        if (!token.isEmpty() && token.size() <= longestToken)
             qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8());
     }
 
