@@ -1,0 +1,346 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The program as it is installed, through a day of everything at once: a workstation that comes and goes, microphones
+// that are plugged and unplugged, commands from outside, and a monkey at its windows. How long is told by
+// VELMOR_SOAK_SECONDS, how often it is killed by VELMOR_SOAK_KILLS, and which day it is by VELMOR_SOAK_SEED.
+#include <support/DesktopDay.h>
+#include <support/Meter.h>
+#include <support/VirtualScreen.h>
+
+#include <fmt/format.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <iostream>
+#include <random>
+#include <sstream>
+#include <thread>
+
+namespace velmor {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+int numberOf(const char* variable, int otherwise)
+{
+    const char* const text = std::getenv(variable);
+    return text ? std::stoi(text) : otherwise;
+}
+
+class SoakTest : public test::DesktopDay
+{
+protected:
+    static constexpr auto secondMicrophone = "secondmic";
+    static constexpr double offset = 120;
+
+    void SetUp() override
+    {
+        if (!screen.problem().empty()) {
+            ASSERT_FALSE(test::PrivateAudioSession::mustBeThere()) << screen.problem();
+            // Without its packages there is no screen; where CI runs they are installed.
+            GTEST_SKIP() << screen.problem();
+        }
+        DesktopDay::SetUp();
+        if (IsSkipped() || HasFatalFailure())
+            return;
+        windowManager = std::make_unique<test::Companion>(std::vector<std::string>{"openbox"});
+        set("calibrationOffset", offset);
+        set("selectedDeviceUID", std::string(microphone));
+        std::cout << "seed " << seed << "\n";
+    }
+
+    void TearDown() override
+    {
+        player.reset();
+        DesktopDay::TearDown();
+        windowManager.reset();
+    }
+
+    int between(int low, int high) { return std::uniform_int_distribution<int>(low, high)(generator); }
+
+    static std::string xdotool(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), "xdotool");
+        return test::run(words).output;
+    }
+
+    static void command(std::vector<std::string> words)
+    {
+        words.insert(words.begin(), test::programPath("velmorctl"));
+        test::run(words);
+    }
+
+    static void activate()
+    {
+        test::run({"gdbus", "call", "--session", "--dest", "dev.brightfen.velmor", "--object-path",
+                   "/dev/brightfen/velmor", "--method", "org.freedesktop.Application.Activate", "{}"});
+    }
+
+    static std::vector<std::string> windows()
+    {
+        std::istringstream lines(xdotool({"search", "--onlyvisible", "--class", "velmor"}));
+        std::vector<std::string> found;
+        for (std::string line; std::getline(lines, line);)
+            found.push_back(line);
+        return found;
+    }
+
+    /// A click somewhere in one of the windows, but for the corner of the digest where the program is ended.
+    void click()
+    {
+        const auto all = windows();
+        if (all.empty())
+            return activate();
+        const std::string& window = all[static_cast<std::size_t>(between(0, static_cast<int>(all.size()) - 1))];
+        const bool isDigest = xdotool({"getwindowname", window}) == "Velmor\n";
+        std::istringstream geometry(xdotool({"getwindowgeometry", "--shell", window}));
+        int width = 0;
+        int height = 0;
+        for (std::string line; std::getline(geometry, line);) {
+            if (line.starts_with("WIDTH="))
+                width = std::stoi(line.substr(6));
+            else if (line.starts_with("HEIGHT="))
+                height = std::stoi(line.substr(7));
+        }
+        if (width < 2 || height < 2)
+            return;
+        const int x = between(0, width - 1);
+        const int y = between(0, height - 1);
+        if (isDigest && x > width * 3 / 4 && y > height * 3 / 4)
+            return;
+        xdotool({"mousemove", "--window", window, std::to_string(x), std::to_string(y), "click",
+                 std::to_string(between(0, 4) == 0 ? 5 : 1)});
+    }
+
+    void closeWindows() const
+    {
+        for (int round = 0; round < 3; ++round) {
+            for (const std::string& window : windows()) {
+                xdotool({"key", "--window", window, "Escape"});
+                xdotool({"windowactivate", window, "key", "alt+F4"});
+            }
+            std::this_thread::sleep_for(300ms);
+        }
+    }
+
+    void startOrEndWorkstation()
+    {
+        if (workstation)
+            workstation.reset();
+        else
+            workstation = std::make_unique<test::Companion>(
+                std::vector<std::string>{(session / "reaper").native(), "100000"});
+    }
+
+    void plugOrUnplug()
+    {
+        if (between(0, 1) == 0) {
+            hasSecondMicrophone ? session.removeMicrophone(secondMicrophone)
+                                : session.createMicrophone(secondMicrophone);
+            hasSecondMicrophone = !hasSecondMicrophone;
+        } else {
+            session.removeMicrophone(microphone);
+            std::this_thread::sleep_for(std::chrono::milliseconds(between(0, 1500)));
+            session.createMicrophone(microphone);
+        }
+    }
+
+    /// One thing that a user, a desktop or another program might do.
+    void act()
+    {
+        switch (between(0, 19)) {
+        case 0:
+        case 1:
+            return startOrEndWorkstation();
+        case 2:
+            return plugOrUnplug();
+        case 3:
+            return command({"session", "start", "Monkey"});
+        case 4:
+            return command({"session", "end"});
+        case 5:
+            return command({"pause", std::to_string(between(1, 3))});
+        case 6:
+            return command({"resume"});
+        case 7:
+            return command({between(0, 1) == 0 ? "dose" : "stats"});
+        case 8:
+            return activate();
+        case 9:
+            xdotool({"key", between(0, 2) == 0 ? "Escape" : between(0, 1) == 0 ? "Tab" : "space"});
+            return;
+        case 10:
+            xdotool({"key", "alt+F4"});
+            return;
+        case 11:
+            player = session.playInto(microphone, sound);
+            return;
+        default:
+            return click();
+        }
+    }
+
+    void actFor(std::chrono::duration<double> duration)
+    {
+        const auto end = Clock::now() + duration;
+        for (; Clock::now() < end; ++actions) {
+            act();
+            std::this_thread::sleep_for(std::chrono::milliseconds(between(20, 400)));
+            ASSERT_EQ(::kill(program->process(), 0), 0);
+            ASSERT_TRUE(isOnTheBus()) << "after " << actions << " actions: " << printed();
+        }
+    }
+
+    /// 1 is the allowed dose.
+    double storedDose() const { return stored<double>("DoseCalculator.accumulatedDose").value_or(0); }
+
+    std::size_t journals() const
+    {
+        std::size_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(session / "data/Velmor")) {
+            if (entry.path().extension() == ".journal")
+                ++count;
+        }
+        return count;
+    }
+
+    double heapMiB() const
+    {
+        test::writeFile(heapFile, "");
+        std::string figure;
+        test::PrivateAudioSession::waitUntil([&] {
+            figure = test::contentOf(heapFile);
+            return figure.ends_with('\n');
+        });
+        return std::stod(figure) / (1 << 20);
+    }
+
+    /// The same state each time: no window, no session, nothing to be heard.
+    double heapAtRest()
+    {
+        player.reset();
+        workstation.reset();
+        command({"session", "end"});
+        command({"resume"});
+        closeWindows();
+        std::this_thread::sleep_for(2s);
+        return heapMiB();
+    }
+
+    const int seconds = numberOf("VELMOR_SOAK_SECONDS", 20);
+    const int kills = numberOf("VELMOR_SOAK_KILLS", 3);
+    const unsigned seed = static_cast<unsigned>(numberOf("VELMOR_SOAK_SEED", 1));
+    std::mt19937 generator{seed};
+    test::VirtualScreen screen{"1280x1024x24"};
+    std::unique_ptr<test::Companion> windowManager;
+    std::unique_ptr<test::Companion> player;
+    std::string sound;
+    std::filesystem::path heapFile;
+    bool hasSecondMicrophone = false;
+    int actions = 0;
+};
+
+TEST_F(SoakTest, ADayOfEverythingLeavesItAsItWas)
+{
+    sound = tone(0.02, 20);
+    heapFile = session / "heap";
+    test::writeFile(heapFile, "wait\n");
+    ::setenv("VELMOR_HEAP_FIGURE", heapFile.c_str(), 1);
+    ::setenv("LD_PRELOAD", VELMOR_HEAP_LIBRARY, 1);
+    startProgram();
+    ::unsetenv("LD_PRELOAD");
+
+    // What is made once, as caches of fonts and pictures, is made in the first part.
+    const double warmUp = std::min(300.0, seconds / 3.0);
+    ASSERT_NO_FATAL_FAILURE(actFor(std::chrono::duration<double>(warmUp)));
+    const double before = heapAtRest();
+    ASSERT_NO_FATAL_FAILURE(actFor(std::chrono::duration<double>(seconds - warmUp)));
+    const double after = heapAtRest();
+    std::cout << fmt::format("{} actions in {} s, heap {:.2f} MiB, then {:.2f} MiB\n", actions, seconds, before,
+                             after);
+    // The history grows by what was measured: a session of a few readings each.
+    EXPECT_LT(after - before, 2.0);
+
+    // And it measures as on the first day, what a recorder beside it has heard.
+    session.removeMicrophone(microphone);
+    session.createMicrophone(microphone);
+    command({"resume"});
+    const double doseBefore = storedDose();
+    const std::size_t sessionsBefore = history().size();
+    const std::string recording = session / "recording.wav";
+    auto recorder = std::make_unique<test::Companion>(std::vector<std::string>{
+        "pw-record", "--target", microphone, "--format", "f32", "--rate", "48000", "--channels", "2", recording});
+    startWorkstation();
+    player = session.playInto(microphone, tone(0.2, 12));
+    std::this_thread::sleep_for(20s);
+    workstation.reset();
+    ASSERT_TRUE(waitForHistory(sessionsBefore + 1));
+    recorder->endBy(SIGINT);
+    recorder.reset();
+    endProgram();
+    const auto outcome = test::meter({recording, "--offset", std::to_string(offset), "--json"});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    const test::JsonObject measured(outcome.output);
+    const Session kept = history()[0];
+    const double dose = 100 * (storedDose() - doseBefore);
+    std::cout << fmt::format("dose {:.4f} %, of the recording {:.4f} %; peak {:.2f} dBA\n", dose,
+                             measured["dosePercentage"], kept.peakSPL);
+    EXPECT_NEAR(dose, measured["dosePercentage"], 0.02 * measured["dosePercentage"]);
+    EXPECT_NEAR(kept.doseAccumulated, dose, 0.001 * dose);
+    EXPECT_NEAR(kept.peakSPL, test::levelOfSine(0.2, offset), 0.1);
+
+    // No timer drifts: a reading every ten seconds, in each session there was.
+    for (const Session& one : history()) {
+        for (std::size_t i = 1; i < one.readings.size(); ++i) {
+            const double gap = secondsBetween(one.readings[i - 1].timestamp, one.readings[i].timestamp);
+            // Those around a device that was away are as many further apart as were not taken.
+            EXPECT_NEAR(std::remainder(gap, 10), 0, 1.01) << isoText(one.readings[i].timestamp);
+        }
+    }
+}
+
+// The promises of docs/reliability.md.
+TEST_F(SoakTest, AKillAtAnyMomentCostsTenSecondsOfReadingsAndNothingElse)
+{
+    sound = tone(0.02, 3000);
+    startProgram();
+    startOrEndWorkstation();
+    player = session.playInto(microphone, sound);
+    double longestLoss = 0;
+    int recovered = 0;
+    for (int round = 0; round < kills; ++round) {
+        SCOPED_TRACE(round);
+        const auto moment = std::chrono::milliseconds(between(0, 14000));
+        std::this_thread::sleep_for(moment);
+        program->kill();
+        program->waitForEnd();
+        const Date end = std::chrono::system_clock::now();
+        const std::vector<Session> before = history();
+        const std::size_t left = journals();
+        const double dose = storedDose();
+        startProgram();
+        ASSERT_TRUE(waitForHistory(before.size() + left)) << printed();
+        const std::vector<Session> after = history();
+        for (const Session& one : before)
+            EXPECT_NE(std::ranges::find(after, one), after.end()) << "a session is lost or changed";
+        EXPECT_GE(storedDose(), dose);
+        for (const Session& one : after) {
+            if (std::ranges::find(before, one.id, &Session::id) == before.end()) {
+                ++recovered;
+                longestLoss = std::max(longestLoss, secondsBetween(one.endDate.value(), end));
+            }
+        }
+        // Each start of the program begins a session, as the workstation runs: its journal is the one that is left.
+        EXPECT_LE(journals(), 1U);
+    }
+    std::cout << fmt::format("{} kills, {} sessions recovered, at most {:.1f} s of the last one lost\n", kills,
+                             recovered, longestLoss);
+    // A reading every ten seconds, and a start that may be slow.
+    EXPECT_LE(longestLoss, 12);
+}
+
+} // namespace
+} // namespace velmor
