@@ -14,6 +14,7 @@
 #include <vector>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 namespace velmor::test {
 
@@ -35,6 +36,14 @@ public:
     void kill() const { ::kill(m_process, SIGKILL); }
 
     pid_t process() const { return m_process; }
+
+    /// Whether it has ended by itself.
+    bool hasEnded() const
+    {
+        siginfo_t state = {};
+        return ::waitid(P_PID, static_cast<id_t>(m_process), &state, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               state.si_pid == m_process;
+    }
 
     /// Asks it to end, and waits for it; one that takes five seconds is killed.
     /// \return its exit status; negative for the number of the signal that ended it.
@@ -130,20 +139,20 @@ public:
     std::filesystem::path operator/(const char* name) const { return m_folder / name; }
 
     /// A virtual microphone of two channels. What is played into its inputs comes out of it.
-    void createMicrophone(const std::string& name) const
-    {
-        createNode(name, "Audio/Source/Virtual", "FL FR");
-    }
+    void createMicrophone(const std::string& name) { createNode(name, "Audio/Source/Virtual", "FL FR"); }
 
     /// A virtual device of any class. \return when it has its ports.
     void createNode(const std::string& name, const std::string& mediaClass, const std::string& positions,
-                    const std::string& properties = {}) const
+                    const std::string& properties = {})
     {
         run({"pw-cli", "create-node", "adapter",
              "{ factory.name=support.null-audio-sink node.name=" + name +
                  " node.description=\"Test Microphone\" media.class=" + mediaClass +
                  " object.linger=true audio.position=[" + positions + "] " + properties + " }"});
-        waitUntil([&] { return run({"pw-link", "-i"}).output.find(name + ":") != std::string::npos; });
+        waitUntil([&] {
+            replaceCrashedSessionManager();
+            return run({"pw-link", "-i"}).output.find(name + ":") != std::string::npos;
+        });
     }
 
     void removeMicrophone(const std::string& name) const { run({"pw-cli", "destroy", name}); }
@@ -171,6 +180,19 @@ public:
     /// Nobody links streams to devices from then on.
     void endSessionManager() { m_wirePlumber.reset(); }
 
+    /// As systemd does on a desktop. That of Debian 12 may crash when a device goes that it is just setting
+    /// up.
+    void replaceCrashedSessionManager()
+    {
+        if (!m_wirePlumber || !m_wirePlumber->hasEnded())
+            return;
+        ++m_crashes;
+        startSessionManager();
+    }
+
+    /// How often the session manager was replaced.
+    int crashes() const { return m_crashes; }
+
     /// The session's bus ends, as with the desktop's session.
     void endBus() { m_bus.reset(); }
 
@@ -189,12 +211,7 @@ public:
         std::filesystem::remove(m_folder / "pipewire-0");
         m_pipeWire = std::make_unique<Companion>(std::vector<std::string>{"pipewire"}, log("pipewire"));
         waitForFile("pipewire-0");
-        m_wirePlumber =
-            std::make_unique<Companion>(std::vector<std::string>{"wireplumber"}, log("wireplumber"));
-        if (!waitUntil([] {
-                return run({"pw-cli", "ls", "Client"}).output.find("WirePlumber") != std::string::npos;
-            }))
-            throw std::runtime_error("wireplumber did not come up");
+        startSessionManager();
     }
 
     /// Repeats the question every 20 ms until it is answered with yes, at most 10 seconds long.
@@ -210,6 +227,16 @@ public:
     }
 
 private:
+    void startSessionManager()
+    {
+        m_wirePlumber =
+            std::make_unique<Companion>(std::vector<std::string>{"wireplumber"}, log("wireplumber"));
+        if (!waitUntil([] {
+                return run({"pw-cli", "ls", "Client"}).output.find("WirePlumber") != std::string::npos;
+            }))
+            throw std::runtime_error("wireplumber did not come up");
+    }
+
     std::string socket(const char* name) const { return (m_folder / name).native(); }
     std::string log(const std::string& name) const { return (m_folder / (name + ".log")).native(); }
 
@@ -236,6 +263,7 @@ private:
     std::unique_ptr<Companion> m_bus;
     std::unique_ptr<Companion> m_pipeWire;
     std::unique_ptr<Companion> m_wirePlumber;
+    int m_crashes = 0;
     std::string m_problem;
 };
 
