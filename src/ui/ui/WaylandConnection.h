@@ -4,10 +4,7 @@
 #include <relative-pointer-unstable-v1-client-protocol.h>
 #include <wayland-client.h>
 #include <wayland-cursor.h>
-// The protocol names a parameter by a word of C++.
-#define namespace scope
 #include <wlr-layer-shell-unstable-v1-client-protocol.h>
-#undef namespace
 
 #include <QSize>
 #include <QSocketNotifier>
