@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <sessions/SessionFormat.h>
 #include <support/SampleSessions.h>
+#include <support/TemporaryFolder.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -367,6 +368,15 @@ TEST(SessionFormat, TheErrorSaysWhere)
         EXPECT_THAT(error.what(), HasSubstr("session 2"));
         EXPECT_THAT(error.what(), HasSubstr("dawName"));
     }
+}
+
+TEST(SessionFormat, TheExampleOfTheDocumentationIsAHistoryAsItIsWritten)
+{
+    const std::string page = test::contentOf(VELMOR_HISTORY_PAGE);
+    const std::string opening = "```json\n";
+    const std::size_t begin = page.find(opening) + opening.size();
+    const std::string example = page.substr(begin, page.find("\n```", begin) - begin);
+    EXPECT_EQ(encodedHistory(decodedHistory(example)), example);
 }
 
 TEST(SessionFormat, AMomentReadsBackAsItWasWritten)
