@@ -40,9 +40,9 @@ void ResponseCurve::paintEvent(QPaintEvent*)
     if (m_curve.empty())
         return;
     const double from =
-        std::clamp<double>(m_curve.front().frequency, FrequencyPlot::lowest, FrequencyPlot::highest);
+        std::clamp(double(m_curve.front().frequency), FrequencyPlot::lowest, FrequencyPlot::highest);
     const double to =
-        std::clamp<double>(m_curve.back().frequency, FrequencyPlot::lowest, FrequencyPlot::highest);
+        std::clamp(double(m_curve.back().frequency), FrequencyPlot::lowest, FrequencyPlot::highest);
     plot.draw([this](double frequency) { return curveGainDB(m_curve, frequency); }, shades.blue, from, to);
 }
 

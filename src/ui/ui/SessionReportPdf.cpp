@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ui/SessionReportPdf.h>
 
+#include <ui/PdfInformation.h>
 #include <ui/SessionReportView.h>
 
 #include <QBuffer>
@@ -9,12 +10,6 @@
 
 #include <fmt/format.h>
 #include <qcustomplot.h>
-#include <qpdf/Buffer.hh>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFObjectHandle.hh>
-#include <qpdf/QPDFWriter.hh>
-
-#include <memory>
 
 namespace velmor {
 
@@ -56,41 +51,21 @@ std::string documentDate(Date date)
     return "D:" + digits + "Z";
 }
 
-/// Qt's writer knows no keywords, and dates a document by a clock of its own.
-std::string withInformation(const QByteArray& page, const Session& session,
-                            const ReportCircumstances& circumstances)
-{
-    QPDF document;
-    document.processMemoryFile("report", page.constData(), static_cast<std::size_t>(page.size()));
-    QPDFObjectHandle information = QPDFObjectHandle::newDictionary();
-    const auto note = [&information](const char* key, const std::string& text) {
-        information.replaceKey(key, QPDFObjectHandle::newUnicodeString(text));
-    };
-    note("/Title", fmt::format("Velmor session report ({}, {})", reportTitle(session),
-                               reportDate(session.startDate, circumstances.calendar)));
-    note("/Author", author);
-    note("/Creator", author);
-    note("/Keywords", "calibration: " + calibrationText(circumstances.calibration, circumstances.now));
-    note("/CreationDate", documentDate(circumstances.now));
-    document.getTrailer().replaceKey("/Info", document.makeIndirectObject(information));
-
-    QPDFWriter writer(document);
-    writer.setOutputMemory();
-    writer.setObjectStreamMode(qpdf_o_generate);
-    writer.setDeterministicID(true);
-    writer.write();
-    const std::shared_ptr<Buffer> result = writer.getBufferSharedPointer();
-    const auto* const bytes = result->getBuffer();
-    return {bytes, bytes + result->getSize()};
-}
-
 } // namespace
 
 std::string sessionReportPdf(const Session& session, const ReferenceLevelSettings& referenceSettings,
                              const ReportCircumstances& circumstances)
 {
     const SessionReportView view(session, referenceSettings, circumstances);
-    return withInformation(renderedPage(view), session, circumstances);
+    // Qt's writer knows no keywords, and dates a document by a clock of its own.
+    return withInformation(
+        renderedPage(view).toStdString(),
+        {{"/Title", fmt::format("Velmor session report ({}, {})", reportTitle(session),
+                                reportDate(session.startDate, circumstances.calendar))},
+         {"/Author", author},
+         {"/Creator", author},
+         {"/Keywords", "calibration: " + calibrationText(circumstances.calibration, circumstances.now)},
+         {"/CreationDate", documentDate(circumstances.now)}});
 }
 
 } // namespace velmor
