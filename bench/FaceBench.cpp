@@ -7,6 +7,7 @@
 #include <linux/SqliteDefaultsStore.h>
 #include <sessions/SessionFormat.h>
 #include <support/NoShareServices.h>
+#include <support/NoSoftwareUpdater.h>
 #include <support/PopoverStates.h>
 #include <support/PrivateAudioSession.h>
 #include <support/Sound.h>
@@ -163,7 +164,7 @@ void clickToDigest(benchmark::State& state)
     test::PosedHub posed;
     test::popoverStates()[1].pose(posed);
     posed.settle();
-    NoSoftwareUpdater updater;
+    test::NoSoftwareUpdater updater;
     CheckForUpdatesViewModel model(updater);
     FloatingPanelWindowRegistry panels([](AppState&) { return new QWidget; });
     for (auto _ : state) {
@@ -297,7 +298,6 @@ void scrollTheYear(benchmark::State& state)
 }
 BENCHMARK(scrollTheYear)->Iterations(1000)->Unit(benchmark::kMillisecond);
 
-/// The same of sessions of eight hours each, as charts of many readings take longest.
 /// From the command to the window that has been painted, on the Audio tab.
 void openSettings(benchmark::State& state)
 {
@@ -317,6 +317,7 @@ void openSettings(benchmark::State& state)
 }
 BENCHMARK(openSettings)->Iterations(20)->Unit(benchmark::kMillisecond);
 
+/// The same of sessions of eight hours each, as charts of many readings take longest.
 void scrollLongSessions(benchmark::State& state)
 {
     OpenedHistory history(2880);
@@ -370,7 +371,7 @@ void hourWithTheDigest(benchmark::State& state)
     posed.history(test::year());
     test::NoShareServices shareServices;
     SessionReportSharing sharing(*posed.hub, shareServices, folder.path());
-    NoSoftwareUpdater updater;
+    test::NoSoftwareUpdater updater;
     CheckForUpdatesViewModel model(updater);
     FloatingPanelWindowRegistry panels([](AppState&) { return new QWidget; });
     auto* const view = new MenuBarView(*posed.hub, model, panels, {});

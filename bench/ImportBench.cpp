@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The largest export file that is taken, 64 MiB of sessions: read, checked, merged into the history and saved.
+// The largest export file that is taken, 64 MiB of sessions: read, checked, merged into the history and
+// saved.
 #include "ProcessFigures.h"
 
 #include <sessions/SessionFormat.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Imports an export file into stores of its own, and prints how many milliseconds that took and the most memory that
-// this process had, in MiB.
+// Imports an export file into stores of its own, and prints how many milliseconds that took and the most
+// memory that this process had, in MiB.
 #include "ProcessFigures.h"
 
 #include <base/VirtualMainLoop.h>

@@ -102,10 +102,9 @@ struct Program
         support.registerAppState(hub);
         instance.object().offer(AutomationInterfaces::intents(support));
         instance.object().offer(AutomationInterfaces::focusFilter(support, filter));
-        menu.show(
-            {{1, "Open", [] {}, true, {}},
-             {2, "", [] {}, true, {}},
-             {3, "Pause", [] {}, true, {{4, "15 minutes", [] {}, true, {}}, {5, "Off", [] {}, false, {}}}}});
+        menu.show({{1, "Open", [] {}, {}},
+                   {2, "", [] {}, {}},
+                   {3, "Pause", [] {}, {{4, "15 minutes", [] {}, {}}}}});
         require(instance.role() == ApplicationInstance::Role::first);
         for (const char* path : {ApplicationName::objectPath, "/dev/brightfen/velmor/search",
                                  "/dev/brightfen/velmor/runner", TrayMenu::objectPath})

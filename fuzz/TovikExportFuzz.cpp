@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// An export file of the predecessor: whatever it holds either changes nothing, or leaves stores that their owners
-// read again, with every value in its range.
+// An export file of the predecessor: whatever it holds either changes nothing, or leaves stores that their
+// owners read again, with every value in its range.
 #include <base/Print.h>
 #include <base/VirtualMainLoop.h>
 #include <calibration/CalibrationProfileStore.h>

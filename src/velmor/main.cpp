@@ -145,8 +145,7 @@ bool hasDisplay()
 constexpr auto platformWithoutScreen = "offscreen";
 
 /// Wayland lets no program place its windows. Through the X server that most of its desktops bring along, the
-/// popover opens at the item.
-/// For this program alone: what it starts finds its own way.
+/// popover opens at the item. For this program alone: what it starts finds its own way.
 std::unique_ptr<QApplication> makeApplication(int& argumentCount, char** arguments)
 {
     constexpr auto choice = "QT_QPA_PLATFORM";

@@ -53,7 +53,7 @@ ExitStatus finish(const Answer& answer, const Wanted& wanted,
                   const std::function<std::string(const QVariantMap&)>& inWords)
 {
     if (answer.status != ExitStatus::done) {
-        fmt::print(stderr, "velmorctl: {}\n", answer.error);
+        fmt::print(stderr, "velmorctl: {}\n", forTerminal(answer.error));
         return answer.status;
     }
     const std::string text = wanted.isJson ? json(answer.results) : inWords(answer.results);
@@ -63,7 +63,7 @@ ExitStatus finish(const Answer& answer, const Wanted& wanted,
 std::string dialog(const QVariantMap& results)
 {
     // A session's name is anybody's, and this may be a terminal.
-    return withoutControls(results.value(QStringLiteral("dialog")).toString().toStdString());
+    return forTerminal(results.value(QStringLiteral("dialog")).toString().toStdString());
 }
 
 std::string shortcutTable(const QVariantMap& results)
@@ -84,7 +84,7 @@ std::string shortcutTable(const QVariantMap& results)
 std::string focusState(const QVariantMap& results)
 {
     return fmt::format("{}, {}", results.value(QStringLiteral("enabled")).toBool() ? "on" : "off",
-                       results.value(QStringLiteral("display")).toString().toStdString());
+                       forTerminal(results.value(QStringLiteral("display")).toString().toStdString()));
 }
 
 /// An em dash stands for a level that isn't measured.

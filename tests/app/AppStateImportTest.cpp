@@ -141,7 +141,8 @@ TEST_F(AppStateImportTest, ARecapWithoutASessionIsOfTheOneThatBeganLast)
     host.loop.runFor(300);
     hub->endSession();
     ASSERT_FALSE(host.notifications.requests.empty());
-    EXPECT_THAT(host.notifications.requests.back().userInfo, testing::Contains(testing::Pair(testing::_, uuidText(id))));
+    EXPECT_THAT(host.notifications.requests.back().userInfo,
+                testing::Contains(testing::Pair(testing::_, uuidText(id))));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <app/CheckForUpdatesViewModel.h>
+#include <support/NoSoftwareUpdater.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -69,7 +70,7 @@ TEST(CheckForUpdatesViewModel, TheUpdaterGoesOnWithoutIt)
 
 TEST(CheckForUpdatesViewModel, AProgramWithoutAnUpdaterCanNeverCheck)
 {
-    NoSoftwareUpdater updater;
+    test::NoSoftwareUpdater updater;
     CheckForUpdatesViewModel model(updater);
     EXPECT_FALSE(model.canCheckForUpdates);
     model.checkForUpdates();

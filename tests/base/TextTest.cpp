@@ -34,6 +34,14 @@ TEST(Text, WhatIsNoUtf8IsReplacedByteByByte)
     EXPECT_EQ(validUtf8(""), "");
 }
 
+TEST(Text, NothingOfATextLeadsATerminalAstray)
+{
+    EXPECT_EQ(forTerminal("a\x1B[2Jb\r\n\x7F"), "a[2Jb");
+    EXPECT_EQ(forTerminal("a\u009B2Jb\u0085"), "a2Jb");
+    // The same bytes within other characters.
+    EXPECT_EQ(forTerminal("ü\u00A0\u2080ß"), "ü\u00A0\u2080ß");
+}
+
 TEST(Text, LowersLatinLettersOnly)
 {
     EXPECT_EQ(lowerCase("VELMOR-Ä1"), "velmor-Ä1");

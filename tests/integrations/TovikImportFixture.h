@@ -18,10 +18,12 @@ inline constexpr auto welcomeShown = "Velmor.welcomeShown";
 inline constexpr auto oneID = "0123ABCD-EF45-4789-8ABC-DEF012345678";
 inline constexpr auto otherID = "11111111-2222-4333-8444-555555555555";
 
-inline std::string sessionText(const std::string& id, const std::string& start, const std::string& name = "REAPER")
+inline std::string sessionText(const std::string& id, const std::string& start,
+                               const std::string& name = "REAPER")
 {
-    return R"({"id":")" + id + R"(","startDate":")" + start + R"(","endDate":")" + start + R"(","dawName":")" +
-           name + R"(","averageSPL":78.5,"peakSPL":92.25,"doseAccumulated":12.5,"readings":[]})";
+    return R"({"id":")" + id + R"(","startDate":")" + start + R"(","endDate":")" + start +
+           R"(","dawName":")" + name +
+           R"(","averageSPL":78.5,"peakSPL":92.25,"doseAccumulated":12.5,"readings":[]})";
 }
 
 /// Imports files of an export into stores of the test's own.

@@ -55,9 +55,10 @@ TEST_F(TovikImporterTest, AlertSettingsReplaceWhatIsValidAndKeepTheRest)
     store.save(before);
     importMember("monitoringAlertSettings", "{}");
     EXPECT_EQ(store.load(), before);
-    importMember("monitoringAlertSettings",
-                 R"({"driftAlertEnabled":true,"offTargetAlertEnabled":false,"offTargetDirection":"underOnly",)"
-                 R"("offTargetWindowSec":1200.5,"offTargetToleranceDB":4})");
+    importMember(
+        "monitoringAlertSettings",
+        R"({"driftAlertEnabled":true,"offTargetAlertEnabled":false,"offTargetDirection":"underOnly",)"
+        R"("offTargetWindowSec":1200.5,"offTargetToleranceDB":4})");
     const MonitoringAlertSettings all{true, false, OffTargetDirection::underOnly, 1200.5, 4};
     EXPECT_EQ(store.load(), all);
     importMember("monitoringAlertSettings",
@@ -199,7 +200,8 @@ TEST_F(TovikImporterTest, TheOffsetOfAProfileIsLimitedAsTheOneInForce)
     std::string profile = profileText(oneID, "a", "2026-01-01T00:00:00Z");
     profile.replace(profile.find("97.5"), 4, "1e30");
     importMember("calibrationProfiles", "[" + profile + "]");
-    EXPECT_EQ(CalibrationProfileStore(world.loop, world.defaults).profiles.get().at(0).levelOffsetAtSave, 120);
+    EXPECT_EQ(CalibrationProfileStore(world.loop, world.defaults).profiles.get().at(0).levelOffsetAtSave,
+              120);
 }
 
 TEST_F(TovikImporterTest, TextsAndCurvesThatNobodyCouldDrawAreMalformed)
@@ -214,9 +216,10 @@ TEST_F(TovikImporterTest, TextsAndCurvesThatNobodyCouldDrawAreMalformed)
     std::string points = R"({"frequency":1000,"gainDB":0})";
     for (int i = 0; i < 8192; ++i)
         points += R"(,{"frequency":1000,"gainDB":0})";
-    expectMalformed(R"({"schemaVersion":1,"micFrequencyCorrection":{"profile":{"taps":[1],"sampleRate":48000,)"
-                    R"("measuredDate":"2026-02-03T10:00:00Z","correctionCurve":[)" +
-                    points + "]}}}");
+    expectMalformed(
+        R"({"schemaVersion":1,"micFrequencyCorrection":{"profile":{"taps":[1],"sampleRate":48000,)"
+        R"("measuredDate":"2026-02-03T10:00:00Z","correctionCurve":[)" +
+        points + "]}}}");
 }
 
 TEST_F(TovikImporterTest, ProfilesThatCannotBeReadAreReplaced)
@@ -252,9 +255,8 @@ TEST_F(TovikImporterTest, TheCorrectionIsTakenWithItsSwitch)
     EXPECT_FALSE(importMember("micFrequencyCorrection", R"({"enabled":true})").micCorrectionRestored);
     EXPECT_EQ(stored<bool>("micFreqCorrectionEnabled"), true);
     EXPECT_EQ(stored<DefaultsData>("micCorrectionProfile"), std::nullopt);
-    EXPECT_TRUE(
-        importMember("micFrequencyCorrection", std::string(R"({"profile":)") + correctionText + "}")
-            .micCorrectionRestored);
+    EXPECT_TRUE(importMember("micFrequencyCorrection", std::string(R"({"profile":)") + correctionText + "}")
+                    .micCorrectionRestored);
     const MicFrequencyCorrection inForce(world.defaults);
     EXPECT_EQ(inForce.profile.get(), correction);
     EXPECT_TRUE(inForce.isEnabled);

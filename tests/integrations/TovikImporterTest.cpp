@@ -52,8 +52,9 @@ TEST_F(TovikImporterTest, AnotherSchemaIsNotUnderstood)
 {
     manager->mergeSessions({sampleSession(world.loop.now(), 3)});
     writeFile(file, R"({"schemaVersion":2,"userDefaults":{"calibrationOffset":100},"sessions":[]})");
-    expectRefusal(Reason::unsupportedSchemaVersion,
-                  "This export uses schema version 2; Velmor understands version 1. Update Velmor and try again.");
+    expectRefusal(
+        Reason::unsupportedSchemaVersion,
+        "This export uses schema version 2; Velmor understands version 1. Update Velmor and try again.");
     writeFile(file, R"({"schemaVersion":0})");
     expectRefusal(Reason::unsupportedSchemaVersion, "This export uses schema version 0; ");
 }
@@ -203,12 +204,10 @@ TEST_F(TovikImporterTest, DaysAreThoseOfTheLocalCalendar)
 {
     world.calendar = Calendar::inZone("America/New_York").value();
     // 23:30 and 00:30 in New York, on either side of a midnight; the first two lie in one day.
-    const ImportResult result =
-        importMember("sessions", "[" + sessionText(oneID, "2026-02-20T15:00:00Z") + "," +
-                                     sessionText(otherID, "2026-02-21T04:30:00Z") + "," +
-                                     sessionText("22222222-2222-4333-8444-555555555555",
-                                                 "2026-02-21T05:30:00Z") +
-                                     "]");
+    const ImportResult result = importMember(
+        "sessions", "[" + sessionText(oneID, "2026-02-20T15:00:00Z") + "," +
+                        sessionText(otherID, "2026-02-21T04:30:00Z") + "," +
+                        sessionText("22222222-2222-4333-8444-555555555555", "2026-02-21T05:30:00Z") + "]");
     EXPECT_EQ(result.sessionCount, 3);
     EXPECT_EQ(result.historyDays, 2);
 }
@@ -264,9 +263,10 @@ TEST_F(TovikImporterTest, TodaysDoseIsCarriedForwardAsAFraction)
 
 TEST_F(TovikImporterTest, ADoseOfAnotherDayRestoresNothing)
 {
-    for (const char* date : {"2026-03-01", "2026-03-03", "2025-03-02", "nonsense", "", "2026-3-2", "2026-03-02T00"}) {
-        const ImportResult result = importMember(
-            "todayDose", std::string(R"({"date":")") + date + R"(","dosePercent":50,"peakCount135":1})");
+    for (const char* date :
+         {"2026-03-01", "2026-03-03", "2025-03-02", "nonsense", "", "2026-3-2", "2026-03-02T00"}) {
+        const ImportResult result = importMember("todayDose", std::string(R"({"date":")") + date +
+                                                                  R"(","dosePercent":50,"peakCount135":1})");
         EXPECT_FALSE(result.todayDoseRestored) << date;
         EXPECT_THAT(world.defaults.values(), SizeIs(1)) << date;
     }
@@ -316,9 +316,10 @@ TEST_F(TovikImporterTest, HostileTextsAreStoredAsTextsOrNotAtAll)
 {
     const std::string hostile = R"('; DROP TABLE defaults; -- $(reboot) %s%n <b>\u202E../../../etc)";
     const ImportResult result = import(
-        R"({"schemaVersion":1,"exportedFromTovikVersion":")" + hostile + R"(","userDefaults":{"selectedDeviceUID":")" +
-        hostile + R"("},"customDAWBundleIDs":[{"bundleID":")" + hostile + R"(","name":"a"},{"bundleID":"org.a.b","name":")" +
-        hostile + R"("}],"sessions":[)" + sessionText(oneID, "2026-03-01T08:00:00Z", hostile) + "]}");
+        R"({"schemaVersion":1,"exportedFromTovikVersion":")" + hostile +
+        R"(","userDefaults":{"selectedDeviceUID":")" + hostile + R"("},"customDAWBundleIDs":[{"bundleID":")" +
+        hostile + R"(","name":"a"},{"bundleID":"org.a.b","name":")" + hostile + R"("}],"sessions":[)" +
+        sessionText(oneID, "2026-03-01T08:00:00Z", hostile) + "]}");
     const std::string text = "'; DROP TABLE defaults; -- $(reboot) %s%n <b>\u202E../../../etc";
     EXPECT_EQ(stored<std::string>("selectedDeviceUID"), text);
     EXPECT_EQ(result.sourceVersion, text);
@@ -333,8 +334,8 @@ TEST_F(TovikImporterTest, ADeepTreeIsRefused)
 {
     expectMalformed(R"({"schemaVersion":1,"unknown":)" + std::string(100000, '[') + std::string(100000, ']') +
                     "}");
-    expectMalformed(R"({"schemaVersion":1,"todayDose":)" + std::string(100000, '[') + std::string(100000, ']') +
-                    "}");
+    expectMalformed(R"({"schemaVersion":1,"todayDose":)" + std::string(100000, '[') +
+                    std::string(100000, ']') + "}");
 }
 
 } // namespace

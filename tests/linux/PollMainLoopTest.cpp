@@ -45,7 +45,7 @@ TEST(PollMainLoop, ARepeatingTimerEndsWithItsHandle)
         if (++ticks == 5)
             timer.reset();
     });
-    loop.after(0.05, [&] { loop.quit(); });
+    loop.after(0.5, [&] { loop.quit(); });
     loop.run();
     EXPECT_EQ(ticks, 5);
 }

@@ -88,7 +88,11 @@ TEST_F(LiveMeterTest, ADeviceThatIsLostEndsTheMeasurementWithoutAFile)
     const pid_t process =
         test::spawn({test::programPath("velmor-meter"), "--live", "--device", "testmic", "--blocks", blocks},
                     "/dev/null", errors);
-    std::this_thread::sleep_for(std::chrono::seconds(1));
+    // It measures once its stream is linked.
+    ASSERT_TRUE(session.waitUntil([] {
+        return test::run({"pw-link", "-l"}).output.find("velmor:input_FL") != std::string::npos;
+    }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
     session.removeMicrophone("testmic");
     int status = 0;
     ::waitpid(process, &status, 0);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Loaded into a program before its own libraries: writes how many bytes of its heap are in use to the file that
-// VELMOR_HEAP_FIGURE names, whenever that file is empty. On a thread of its own, as no signal may ask the allocator.
+// Loaded into a program before its own libraries: writes how many bytes of its heap are in use to the file
+// that VELMOR_HEAP_FIGURE names, whenever that file is empty. On a thread of its own, as no signal may ask
+// the allocator.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>

@@ -155,7 +155,15 @@ public:
         });
     }
 
-    void removeMicrophone(const std::string& name) const { run({"pw-cli", "destroy", name}); }
+    /// Any other device too; all of that name.
+    void removeMicrophone(const std::string& name) const
+    {
+        waitUntil([&] {
+            run({"pw-cli", "destroy", name});
+            return run({"pw-cli", "ls", "Node"}).output.find("node.name = \"" + name + '"') ==
+                   std::string::npos;
+        });
+    }
 
     /// Plays a sound file of two channels into the microphone until the result is destroyed. The
     /// session manager links players to loudspeakers only, so the ports are linked here.

@@ -20,7 +20,7 @@ namespace velmor::test {
 class VirtualRoom
 {
 public:
-    explicit VirtualRoom(const PrivateAudioSession& session)
+    explicit VirtualRoom(PrivateAudioSession& session)
         : m_session(session)
     {}
 
@@ -53,7 +53,7 @@ public:
         return mean - gainDB(frequency, sampleRate);
     }
 
-    void createDevices() const
+    void createDevices()
     {
         m_session.createNode("monitors", "Audio/Sink", "FL FR");
         m_session.createMicrophone("testmic");
@@ -101,7 +101,7 @@ private:
         return PrivateAudioSession::waitUntil([&] { return run({"pw-link", from, to}).status == 0; });
     }
 
-    const PrivateAudioSession& m_session;
+    PrivateAudioSession& m_session;
     std::unique_ptr<Companion> m_filters;
 };
 

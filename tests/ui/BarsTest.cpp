@@ -81,9 +81,15 @@ TEST(FillBar, MovesToANewFillInThreeTenthsOfASecond)
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&bar));
     const auto shown = [&] { return edgeAfter(bar.grab().toImage(), 10); };
     EXPECT_NEAR(shown(), 40, 1);
-    bar.show(0.9, Tint::green);
-    QTest::qWait(100);
-    const int underWay = shown();
+    // On a busy machine it may be at its end before it is looked at: then once more.
+    int underWay = 0;
+    for (int attempt = 0; attempt < 10 && (underWay <= 41 || underWay >= 179); ++attempt) {
+        bar.show(0.2, Tint::green);
+        QTest::qWait(400);
+        bar.show(0.9, Tint::green);
+        QTest::qWait(100);
+        underWay = shown();
+    }
     EXPECT_GT(underWay, 41);
     EXPECT_LT(underWay, 179);
     // A new end while it moves: it goes on from where it is.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Shows every small view in every state, side by side, and the popover in the states of a day.
 #include "Appearances.h"
+#include <support/NoSoftwareUpdater.h>
 #include <support/PopoverStates.h>
 #include <ui/BloomGlyph.h>
 #include <ui/CommandButton.h>
@@ -180,7 +181,7 @@ public:
 
 private:
     PosedHub m_posed;
-    NoSoftwareUpdater m_updater;
+    test::NoSoftwareUpdater m_updater;
     CheckForUpdatesViewModel m_checkForUpdates;
     FloatingPanelWindowRegistry m_registry;
     MenuBarView* m_view;

@@ -315,7 +315,7 @@ TEST_F(TrayItemTest, PublishesFourTimesASecondAtMostAndOnlyWhatChanges)
         QTest::qWait(10);
     }
     EXPECT_GE(icons.count, 2);
-    EXPECT_LE(icons.count, 5);
+    EXPECT_LE(icons.count, clock.elapsed() / 250 + 1);
 }
 
 TEST_F(TrayItemTest, TheMenuHasTheEverydayCommandsWithTheirOwnNumbers)
@@ -379,8 +379,15 @@ TEST_F(TrayItemTest, ADoubleClickIsOneClick)
 {
     makeItem();
     ASSERT_TRUE(waitFor([&] { return item->isShown(); }));
-    call("/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate", {10, 10});
-    call("/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate", {10, 10});
+    // Of two calls that a busy machine has kept apart, both count.
+    QElapsedTimer clock;
+    do {
+        QTest::qWait(350);
+        clicks = 0;
+        clock.start();
+        call("/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate", {10, 10});
+        call("/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate", {10, 10});
+    } while (clock.elapsed() > 250);
     EXPECT_EQ(clicks, 1);
     QTest::qWait(350);
     call("/StatusNotifierItem", "org.kde.StatusNotifierItem", "Activate", {10, 10});

@@ -117,7 +117,8 @@ TEST_F(WelcomeViewTest, ItGreetsAndOffersBoth)
     EXPECT_GE(view->height(), 320);
     EXPECT_EQ(view->width(), 480);
     EXPECT_THAT(texts(),
-                AllOf(Contains("Welcome to Velmor."), Contains("Renamed from Tovik — same app, fresh identity."),
+                AllOf(Contains("Welcome to Velmor."),
+                      Contains("Renamed from Tovik — same app, fresh identity."),
                       Contains("Did you use Tovik before? Click below to import your sessions, settings, and "
                                "calibrations from your Tovik export file.")));
     EXPECT_THAT(buttons(), ElementsAre(fresh, importFromTovik));
@@ -290,9 +291,9 @@ protected:
         QTest::qWait(50);
         QImage image(view->size(), QImage::Format_RGB32);
         view->render(&image);
-        expectReference(image, QStringLiteral("welcome-%1-%2")
-                                   .arg(QLatin1String(name),
-                                        GetParam() == Appearance::dark ? "dark" : "light"));
+        expectReference(image,
+                        QStringLiteral("welcome-%1-%2")
+                            .arg(QLatin1String(name), GetParam() == Appearance::dark ? "dark" : "light"));
     }
 };
 
@@ -308,8 +309,9 @@ TEST_P(WelcomePictures, ItsStatesAreAsReviewed)
         R"("dawName":"REAPER","averageSPL":78,"peakSPL":90,"doseAccumulated":2,"readings":[]})";
     importText(
         R"({"schemaVersion":1,"exportedFromTovikVersion":"3.2","exportedFromTovikBuild":"118","sessions":[)" +
-        session + R"(],"customDAWBundleIDs":[{"bundleID":"org.x.y","name":"Y"},{"bundleID":"org.x.z","name":"Z"}],)"
-                  R"("todayDose":{"date":"2026-03-02","dosePercent":12.5}})");
+        session +
+        R"(],"customDAWBundleIDs":[{"bundleID":"org.x.y","name":"Y"},{"bundleID":"org.x.z","name":"Z"}],)"
+        R"("todayDose":{"date":"2026-03-02","dosePercent":12.5}})");
     expectAsReviewed("imported");
 }
 

@@ -115,8 +115,8 @@ TEST_F(FaultTest, WhatIsDamagedIsSetAsideWhereverItLies)
     const auto config = session / "config/Velmor";
     std::filesystem::create_directories(data);
     const std::vector<std::filesystem::path> damaged = {
-        data / "sessions.json", data / "session-0123ABCD-EF45-4789-8ABC-DEF012345678.journal", config / "defaults.sqlite",
-        config / "QX7R2M4K9T.com.brightfen.Velmor.sqlite"};
+        data / "sessions.json", data / "session-0123ABCD-EF45-4789-8ABC-DEF012345678.journal",
+        config / "defaults.sqlite", config / "QX7R2M4K9T.com.brightfen.Velmor.sqlite"};
     for (const auto& file : damaged)
         test::writeFile(file, garbage);
     startProgram();
@@ -128,8 +128,10 @@ TEST_F(FaultTest, WhatIsDamagedIsSetAsideWhereverItLies)
     int kept = 0;
     for (const auto& folder : {data, config}) {
         for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-            if (entry.is_regular_file() && test::contentOf(entry.path()) == garbage)
-                ++kept;
+            if (!entry.is_regular_file() || test::contentOf(entry.path()) != garbage)
+                continue;
+            EXPECT_THAT(entry.path().filename().native(), HasSubstr("damaged"));
+            ++kept;
         }
     }
     EXPECT_EQ(kept, static_cast<int>(damaged.size())) << printed();

@@ -262,12 +262,14 @@ TEST_F(SoakTest, ADayOfEverythingLeavesItAsItWas)
     const double warmUp = std::min(300.0, seconds / 3.0);
     ASSERT_NO_FATAL_FAILURE(actFor(std::chrono::duration<double>(warmUp)));
     const double before = heapAtRest();
+    const std::size_t sessionsAtFirst = history().size();
     ASSERT_NO_FATAL_FAILURE(actFor(std::chrono::duration<double>(seconds - warmUp)));
     const double after = heapAtRest();
-    std::cout << fmt::format(
-        "{} actions in {} s, heap {:.2f} MiB, then {:.2f} MiB, {} crashes of WirePlumber\n", actions, seconds,
-        before, after, session.crashes());
-    // The history grows by what was measured: a session of a few readings each.
+    std::cout << fmt::format("{} actions in {} s, heap {:.2f} MiB with {} sessions, then {:.2f} MiB with {}; "
+                             "{} crashes of WirePlumber\n",
+                             actions, seconds, before, sessionsAtFirst, after, history().size(),
+                             session.crashes());
+    // With the history, which grows by what was measured.
     EXPECT_LT(after - before, 2.0);
 
     // And it measures as on the first day, what a recorder beside it has heard, as it has been set by now.

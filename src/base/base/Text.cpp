@@ -58,6 +58,21 @@ std::string withoutControls(std::string_view text)
     return kept;
 }
 
+std::string forTerminal(std::string_view text)
+{
+    constexpr char lead = '\xC2';
+    std::string kept;
+    for (const char byte : withoutControls(text)) {
+        const bool isControl =
+            static_cast<unsigned char>(byte) >= 0x80 && static_cast<unsigned char>(byte) < 0xA0;
+        if (isControl && !kept.empty() && kept.back() == lead)
+            kept.pop_back();
+        else
+            kept += byte;
+    }
+    return kept;
+}
+
 std::size_t utf8SequenceLength(std::string_view text)
 {
     const auto byte = [&](std::size_t i) {

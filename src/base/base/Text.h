@@ -14,8 +14,12 @@ std::string lowerCase(std::string_view text);
 /// carriage return and U+0085. \param text UTF-8. \return a part of it.
 std::string_view trimmed(std::string_view text);
 
-/// Without the control characters of ASCII, among them those that lead a terminal astray. \param text UTF-8.
+/// Without the control characters of ASCII. \param text UTF-8.
 std::string withoutControls(std::string_view text);
+
+/// Without what leads a terminal astray: the control characters of ASCII and those from U+0080 to U+009F,
+/// some of which stand for whole escapes. \param text UTF-8.
+std::string forTerminal(std::string_view text);
 
 /// Stands in for bytes that are no UTF-8.
 inline constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";

@@ -83,7 +83,7 @@ public:
     /// Begins the day anew.
     void reset();
 
-    /// Takes up the stored dose if it is of today. Called once, by the owner.
+    /// Takes up the stored dose if it is of today: at the start, and after an import.
     void restorePersistedDose();
 
     /// Writes the day to the defaults store. Measuring does so by itself, but for peaks of what is too quiet

@@ -16,8 +16,8 @@ namespace ondemand = simdjson::ondemand;
 
 namespace {
 
-/// Every sample of every block runs through the taps of a correction: more of them than this no machine keeps up
-/// with.
+/// Every sample of every block runs through the taps of a correction: more of them than this no machine keeps
+/// up with.
 constexpr std::size_t mostTaps = 8192;
 
 /// Curves and texts are drawn on the screen, again and again.
@@ -85,31 +85,34 @@ void checkSizes(const ExportFile& file)
 {
     if (file.micFrequencyCorrection)
         check(file.micFrequencyCorrection->profile);
-    for (const auto& profile : file.calibrationProfiles.value_or(std::vector<CalibrationSavedProfile>())) {
-        check(profile.freqProfile);
-        checkTexts({&profile.label, &profile.deviceUID, &profile.deviceName});
+    if (file.calibrationProfiles) {
+        for (const CalibrationSavedProfile& profile : *file.calibrationProfiles) {
+            check(profile.freqProfile);
+            checkTexts({&profile.label, &profile.deviceUID, &profile.deviceName});
+        }
     }
-    for (const auto& record : file.targetCalibrations.value_or(std::vector<TargetCalibrationRecord>()))
-        checkTexts({&record.outputDeviceUID, &record.outputDeviceName, &record.knobNote});
+    if (file.targetCalibrations) {
+        for (const TargetCalibrationRecord& record : *file.targetCalibrations)
+            checkTexts({&record.outputDeviceUID, &record.outputDeviceName, &record.knobNote});
+    }
     if (file.sessions) {
         for (const Session& session : *file.sessions)
             checkTexts({&session.dawName});
     }
 }
 
-constexpr auto members =
-    std::tuple(std::pair("schemaVersion", &ExportFile::schemaVersion),
-               std::pair("exportedFromTovikVersion", &ExportFile::exportedFromTovikVersion),
-               std::pair("exportedFromTovikBuild", &ExportFile::exportedFromTovikBuild),
-               std::pair("userDefaults", &ExportFile::userDefaults),
-               std::pair("sessions", &ExportFile::sessions),
-               std::pair("targetCalibrations", &ExportFile::targetCalibrations),
-               std::pair("calibrationProfiles", &ExportFile::calibrationProfiles),
-               std::pair("micFrequencyCorrection", &ExportFile::micFrequencyCorrection),
-               std::pair("monitoringAlertSettings", &ExportFile::monitoringAlertSettings),
-               std::pair("referenceLevelSettings", &ExportFile::referenceLevelSettings),
-               std::pair("customDAWBundleIDs", &ExportFile::customDAWBundleIDs),
-               std::pair("todayDose", &ExportFile::todayDose));
+constexpr auto members = std::tuple(
+    std::pair("schemaVersion", &ExportFile::schemaVersion),
+    std::pair("exportedFromTovikVersion", &ExportFile::exportedFromTovikVersion),
+    std::pair("exportedFromTovikBuild", &ExportFile::exportedFromTovikBuild),
+    std::pair("userDefaults", &ExportFile::userDefaults), std::pair("sessions", &ExportFile::sessions),
+    std::pair("targetCalibrations", &ExportFile::targetCalibrations),
+    std::pair("calibrationProfiles", &ExportFile::calibrationProfiles),
+    std::pair("micFrequencyCorrection", &ExportFile::micFrequencyCorrection),
+    std::pair("monitoringAlertSettings", &ExportFile::monitoringAlertSettings),
+    std::pair("referenceLevelSettings", &ExportFile::referenceLevelSettings),
+    std::pair("customDAWBundleIDs", &ExportFile::customDAWBundleIDs),
+    std::pair("todayDose", &ExportFile::todayDose));
 
 template <typename Member>
 void readNamed(std::string_view name, ondemand::value& value, Member& member)

@@ -62,11 +62,11 @@ struct ReferenceLevelBlock
 };
 
 template <>
-inline constexpr auto jsonMembers<ReferenceLevelBlock> =
-    std::tuple(std::pair("enabled", &ReferenceLevelBlock::enabled),
-               std::pair("target", &ReferenceLevelBlock::target),
-               std::pair("tolerance", &ReferenceLevelBlock::tolerance),
-               std::pair("presetID", &ReferenceLevelBlock::presetID));
+inline constexpr auto
+    jsonMembers<ReferenceLevelBlock> = std::tuple(std::pair("enabled", &ReferenceLevelBlock::enabled),
+                                                  std::pair("target", &ReferenceLevelBlock::target),
+                                                  std::pair("tolerance", &ReferenceLevelBlock::tolerance),
+                                                  std::pair("presetID", &ReferenceLevelBlock::presetID));
 
 struct MonitoringAlertBlock
 {
@@ -93,9 +93,8 @@ struct CustomDAW
 };
 
 template <>
-inline constexpr auto
-    jsonMembers<CustomDAW> = std::tuple(std::pair("bundleID", &CustomDAW::bundleID),
-                                        std::pair("name", &CustomDAW::name));
+inline constexpr auto jsonMembers<CustomDAW> = std::tuple(std::pair("bundleID", &CustomDAW::bundleID),
+                                                          std::pair("name", &CustomDAW::name));
 
 /// What the day of the export had come to.
 struct TodayDoseBlock
@@ -109,13 +108,13 @@ struct TodayDoseBlock
 };
 
 template <>
-inline constexpr auto jsonMembers<TodayDoseBlock> =
-    std::tuple(std::pair("date", &TodayDoseBlock::date),
-               std::pair("dosePercent", &TodayDoseBlock::dosePercent),
-               std::pair("peakDBACount115", &TodayDoseBlock::peakDBACount115),
-               std::pair("peakCount135", &TodayDoseBlock::peakCount135),
-               std::pair("peakCount137", &TodayDoseBlock::peakCount137),
-               std::pair("peakCount140", &TodayDoseBlock::peakCount140));
+inline constexpr auto
+    jsonMembers<TodayDoseBlock> = std::tuple(std::pair("date", &TodayDoseBlock::date),
+                                             std::pair("dosePercent", &TodayDoseBlock::dosePercent),
+                                             std::pair("peakDBACount115", &TodayDoseBlock::peakDBACount115),
+                                             std::pair("peakCount135", &TodayDoseBlock::peakCount135),
+                                             std::pair("peakCount137", &TodayDoseBlock::peakCount137),
+                                             std::pair("peakCount140", &TodayDoseBlock::peakCount140));
 
 /// The whole file. Values are as they came, and may lie beyond every sensible range.
 struct ExportFile
@@ -134,10 +133,10 @@ struct ExportFile
     std::optional<TodayDoseBlock> todayDose;
 };
 
-/// Reads the file's text. Strict: a key that must be there and isn't, or a value of another type, fails the whole. So do
-/// corrections of more than 8192 taps or points and texts of more than 4096 bytes in sessions, profiles and records.
-/// Moments are texts as isoText() writes them. Of a key that comes twice at the top the last counts. A text with
-/// `jsonSpareCapacity` bytes of room is not copied. \throws JsonError
+/// Reads the file's text. Strict: a key that must be there and isn't, or a value of another type, fails the
+/// whole. So do corrections of more than 8192 taps or points and texts of more than 4096 bytes in sessions,
+/// profiles and records. Moments are texts as isoText() writes them. Of a key that comes twice at the top the
+/// last counts. A text with `jsonSpareCapacity` bytes of room is not copied. \throws JsonError
 ExportFile decodedExportFile(std::string text);
 
 } // namespace velmor

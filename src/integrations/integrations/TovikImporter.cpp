@@ -45,10 +45,11 @@ ImportError ImportError::malformedJSON(std::string_view underlying)
 
 ImportError ImportError::unsupportedSchemaVersion(std::int64_t found, std::int64_t supported)
 {
-    return {Reason::unsupportedSchemaVersion,
-            fmt::format("This export uses schema version {}; Velmor understands version {}. Update Velmor and "
-                        "try again.",
-                        found, supported)};
+    return {
+        Reason::unsupportedSchemaVersion,
+        fmt::format("This export uses schema version {}; Velmor understands version {}. Update Velmor and "
+                    "try again.",
+                    found, supported)};
 }
 
 ImportError ImportError::fileTooLarge(std::uintmax_t bytes)
@@ -240,7 +241,8 @@ bool applyMicFrequencyCorrection(const std::optional<MicFrequencyCorrectionBlock
         return false;
     if (block->enabled)
         stores.defaults.set(MicFrequencyCorrection::enabledKey, *block->enabled);
-    return block->profile && storeRecord(stores.defaults, MicFrequencyCorrection::profileKey, *block->profile);
+    return block->profile &&
+           storeRecord(stores.defaults, MicFrequencyCorrection::profileKey, *block->profile);
 }
 
 void applySessions(std::optional<std::vector<Session>> sessions, const Stores& stores, ImportResult& result)

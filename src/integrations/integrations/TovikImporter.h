@@ -36,7 +36,13 @@ struct ImportResult
 class ImportError : public std::runtime_error
 {
 public:
-    enum class Reason { fileUnreadable, malformedJSON, unsupportedSchemaVersion, fileTooLarge, sessionActive };
+    enum class Reason {
+        fileUnreadable,
+        malformedJSON,
+        unsupportedSchemaVersion,
+        fileTooLarge,
+        sessionActive
+    };
 
     static ImportError fileUnreadable(std::string_view underlying);
     static ImportError malformedJSON(std::string_view underlying);
@@ -52,8 +58,8 @@ private:
     Reason m_reason;
 };
 
-/// Takes over what Tovik, this program's predecessor, has exported: writes it to the places where this program keeps
-/// its state. Tells nobody: the owners of those places have to read them anew. Main thread.
+/// Takes over what Tovik, this program's predecessor, has exported: writes it to the places where this
+/// program keeps its state. Tells nobody: the owners of those places have to read them anew. Main thread.
 namespace TovikImporter {
 
 /// Whether the user has been welcomed. Set by every import.
@@ -71,9 +77,9 @@ struct Stores
     Date now;
 };
 
-/// Reads the whole file and takes over what is in it. Values beyond their ranges are limited or left out, as each
-/// of the functions below says; what cannot be stored is left out.
-/// \throws ImportError; then nothing has been changed.
+/// Reads the whole file and takes over what is in it. Values beyond their ranges are limited or left out, as
+/// each of the functions below says; what cannot be stored is left out. \throws ImportError; then nothing has
+/// been changed.
 ImportResult importFromFile(const std::filesystem::path& file, const Stores& stores);
 
 /// Without control characters, at most 256 characters as people count them. \param text UTF-8.
@@ -82,7 +88,8 @@ std::string sanitizedShortString(std::string_view text);
 /// Without control characters and without white space at its ends, at most 64 characters. \param text UTF-8.
 std::string sanitizedDAWName(std::string_view text);
 
-/// Has less than 256 characters and a dot, and between the dots nothing but Latin letters, digits, "-" and "_".
+/// Has less than 256 characters and a dot, and between the dots nothing but Latin letters, digits, "-" and
+/// "_".
 bool isValidBundleID(std::string_view bundleID);
 
 /// 60 to 120 dB; absent for what is not finite.

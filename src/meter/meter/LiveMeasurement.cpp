@@ -113,8 +113,8 @@ std::string deviceList(bool json)
         for (const AudioDevice& device : graph.inputDevices()) {
             const int channels = graph.inputChannelCount(device.id);
             fmt::format_to(std::back_inserter(text), "{} {}\n    {}, {} channel{}\n",
-                           isDefault(device) ? '*' : ' ', withoutControls(device.uid),
-                           withoutControls(device.displayName()), channels, channels == 1 ? "" : "s");
+                           isDefault(device) ? '*' : ' ', forTerminal(device.uid),
+                           forTerminal(device.displayName()), channels, channels == 1 ? "" : "s");
         }
         return text.empty() ? "No input devices.\n" : text + "\n* the system's default\n";
     }

@@ -57,12 +57,4 @@ public:
     onOutcome(const std::function<void(const UpdateOutcome&)>& callback) = 0;
 };
 
-/// For programs that don't look for new versions of themselves.
-class NoSoftwareUpdater final : public SoftwareUpdater
-{
-public:
-    void checkForUpdates() override {}
-    Subscription onOutcome(const std::function<void(const UpdateOutcome&)>&) override { return {}; }
-};
-
 } // namespace velmor

@@ -71,7 +71,7 @@ public:
     void deleteSession(Uuid id);
 
     /// Takes in sessions from elsewhere, each in place of one of the same identity, and saves. The history is
-    /// ordered by start from then on, oldest first.
+    /// ordered by start then, oldest first; what ends later comes before it all the same.
     void mergeSessions(const std::vector<Session>& sessions);
 
     /// Writes the finished sessions. A failure is printed, and raises a notification the first time;

@@ -59,14 +59,7 @@ std::string peakAlertText(double peakDBC)
 
 Tint disciplineColor(double forPercentage)
 {
-    switch (gradeOf(forPercentage)) {
-    case ScoreGrade::good:
-        return Tint::green;
-    case ScoreGrade::fair:
-        return Tint::yellow;
-    default:
-        return Tint::orange;
-    }
+    return tintOf(gradeOf(forPercentage));
 }
 
 TintedText onTargetText(std::optional<double> percentage)

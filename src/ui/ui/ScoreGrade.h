@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <ui/Style.h>
+
 namespace velmor {
 
 /// How a share of time on target is to be taken.
@@ -14,6 +16,21 @@ inline ScoreGrade gradeOf(double share)
     if (share >= leastGood)
         return ScoreGrade::good;
     return share >= leastFair ? ScoreGrade::fair : ScoreGrade::poor;
+}
+
+inline Tint tintOf(ScoreGrade grade)
+{
+    switch (grade) {
+    case ScoreGrade::good:
+        return Tint::green;
+    case ScoreGrade::fair:
+        return Tint::yellow;
+    case ScoreGrade::poor:
+        return Tint::orange;
+    case ScoreGrade::unknown:
+        break;
+    }
+    return Tint::secondary;
 }
 
 } // namespace velmor

@@ -37,21 +37,6 @@ QString withoutReadings()
     return QStringLiteral("No detailed time-series for this session.");
 }
 
-QColor scoreColour(ScoreGrade grade, const Shades& shades)
-{
-    switch (grade) {
-    case ScoreGrade::good:
-        return shades.greenText;
-    case ScoreGrade::fair:
-        return shades.yellowText;
-    case ScoreGrade::poor:
-        return shades.orangeText;
-    case ScoreGrade::unknown:
-        break;
-    }
-    return shades.secondaryText;
-}
-
 /// The address without what only programs need.
 QString visibleAddress()
 {
@@ -237,7 +222,7 @@ void SessionReportView::layDiscipline(PageWriter& page, const Shades& shades) co
 
     const Score score = disciplineScore(m_session);
     const QFont scoreFont = fontOf(TextStyle::value, TextWeight::strong);
-    page.text(page.left(), page.y(), qt(score.text), scoreFont, scoreColour(score.grade, shades));
+    page.text(page.left(), page.y(), qt(score.text), scoreFont, shades.ink(tintOf(score.grade)));
     page.skip(PageWriter::lineHeight(scoreFont) + spacing::tight);
 
     const DisciplineShares shares = disciplineShares(m_session);

@@ -11,25 +11,6 @@
 
 namespace velmor {
 
-namespace {
-
-Tint tintOf(ScoreGrade grade)
-{
-    switch (grade) {
-    case ScoreGrade::good:
-        return Tint::green;
-    case ScoreGrade::fair:
-        return Tint::yellow;
-    case ScoreGrade::poor:
-        return Tint::orange;
-    case ScoreGrade::unknown:
-        break;
-    }
-    return Tint::secondary;
-}
-
-} // namespace
-
 std::string timeRange(const Session& session, const Calendar& calendar, const LocaleDates& dates)
 {
     std::string range = dates.shortTime(session.startDate, calendar);

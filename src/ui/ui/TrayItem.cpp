@@ -253,9 +253,9 @@ std::vector<TrayMenuEntry> TrayItem::menuEntries() const
     int line = firstLine;
     std::vector<TrayMenuEntry> entries;
     const auto add = [&](Id id, const char* label, std::function<void()> perform) {
-        entries.push_back({id, QString::fromLatin1(label), std::move(perform), true, {}});
+        entries.push_back({id, QString::fromLatin1(label), std::move(perform), {}});
     };
-    const auto addLine = [&] { entries.push_back({line++, {}, {}, true, {}}); };
+    const auto addLine = [&] { entries.push_back({line++, {}, {}, {}}); };
     add(open, "Open Velmor", m_callbacks.onOpen);
     addLine();
     if (m_hub.sessionManager.currentSession.get())
@@ -272,7 +272,6 @@ std::vector<TrayMenuEntry> TrayItem::menuEntries() const
                 {++id,
                  QString::fromUtf8(duration.label),
                  [this, seconds = duration.seconds] { m_hub.pauseService.pause(seconds, m_hub.now()); },
-                 true,
                  {}});
         }
     }

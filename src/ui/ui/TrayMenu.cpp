@@ -121,8 +121,6 @@ MenuLayout layoutOf(const std::vector<TrayMenuEntry>& entries)
             child.properties = {{QStringLiteral("type"), QStringLiteral("separator")}};
         else
             child.properties = {{QStringLiteral("label"), withoutAccessKeys(entry.label)}};
-        if (!entry.isEnabled)
-            child.properties.insert(QStringLiteral("enabled"), false);
         if (!entry.children.empty())
             child.properties.insert(QStringLiteral("children-display"), QStringLiteral("submenu"));
         layout.children.append(child);
@@ -282,7 +280,7 @@ private:
     void happened(int id, const QString& eventId)
     {
         const TrayMenuEntry* const entry = find(m_object.entries, id);
-        if (eventId != QStringLiteral("clicked") || !entry || !entry->isEnabled || !entry->perform)
+        if (eventId != QStringLiteral("clicked") || !entry || !entry->perform)
             return;
         // The host has its answer before the program does something that takes time, or ends.
         QTimer::singleShot(0, this, entry->perform);
@@ -302,7 +300,7 @@ private:
 bool lookAlike(const std::vector<TrayMenuEntry>& one, const std::vector<TrayMenuEntry>& other)
 {
     return std::ranges::equal(one, other, [](const TrayMenuEntry& a, const TrayMenuEntry& b) {
-        return a.label == b.label && a.isEnabled == b.isEnabled && lookAlike(a.children, b.children);
+        return a.label == b.label && lookAlike(a.children, b.children);
     });
 }
 

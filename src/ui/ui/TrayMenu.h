@@ -15,7 +15,6 @@ struct TrayMenuEntry
     int id = 0;    ///< From 1 on. Of one command always the same: a host may show an earlier menu.
     QString label; ///< Empty for a line between entries.
     std::function<void()> perform;
-    bool isEnabled = true;
     std::vector<TrayMenuEntry> children;
 };
 

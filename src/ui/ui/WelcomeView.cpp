@@ -59,8 +59,8 @@ std::vector<std::string> importSummary(const ImportResult& result)
     if (!result.sourceVersion.empty()) {
         const std::string build = result.sourceBuild.empty() ? "" : fmt::format(" ({})", result.sourceBuild);
         // Whatever a file calls its version.
-        lines.push_back(TovikImporter::sanitizedShortString(
-            fmt::format("From Tovik {}{}", result.sourceVersion, build)));
+        lines.push_back(
+            TovikImporter::sanitizedShortString(fmt::format("From Tovik {}{}", result.sourceVersion, build)));
     }
     return lines;
 }
@@ -107,9 +107,10 @@ WelcomeView::WelcomeView(AppState& hub, DefaultsStore& defaults, std::function<v
     m_layout->setContentsMargins(padding, padding, padding, padding);
     m_layout->setSpacing(static_cast<int>(spacing::section));
     m_layout->addLayout(header);
-    m_layout->addWidget(new Paragraph("Did you use Tovik before? Click below to import your sessions, settings, "
-                                      "and calibrations from your Tovik export file.",
-                                      TextStyle::label, TextWeight::regular, Tint::primary));
+    m_layout->addWidget(
+        new Paragraph("Did you use Tovik before? Click below to import your sessions, settings, "
+                      "and calibrations from your Tovik export file.",
+                      TextStyle::label, TextWeight::regular, Tint::primary));
     m_layout->addStretch(1);
     m_layout->addLayout(buttons);
     connect(new QShortcut(QKeySequence(QKeySequence::Close), this), &QShortcut::activated, this,

@@ -13,8 +13,8 @@
 
 namespace velmor {
 
-/// Owns the welcome window, and tells once that the user is done with it, by a button or by closing it. The end of
-/// the program is no such thing. Main thread.
+/// Owns the welcome window, and tells once that the user is done with it, by a button or by closing it. The
+/// end of the program is no such thing. Main thread.
 class WelcomeWindowController
 {
 public:
