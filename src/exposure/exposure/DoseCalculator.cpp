@@ -2,6 +2,7 @@
 #include <exposure/DoseCalculator.h>
 
 #include <base/Counts.h>
+#include <exposure/DoseLimits.h>
 #include <exposure/PeakLimits.h>
 
 #include <algorithm>
@@ -12,12 +13,6 @@ namespace velmor {
 
 namespace {
 
-// NIOSH 98-126: recommended exposure limit of 85 dBA over 8 hours with a 3 dB exchange rate, levels
-// from 80 dBA up integrated.
-constexpr double criterionLevelDBA = 85.0;
-constexpr double exchangeRateDB = 3.0;
-constexpr double criterionDurationHours = 8.0;
-constexpr double thresholdLevelDB = 80.0;
 constexpr double secondsPerHour = 3600.0;
 
 /// From this gap between two measurements on, the time between them counts as not measured.
@@ -42,7 +37,7 @@ void increment(Published<std::int64_t>& count)
 
 double allowedExposureTime(double dBA)
 {
-    if (dBA < thresholdLevelDB)
+    if (dBA < thresholdLevelDBA)
         return std::numeric_limits<double>::infinity();
     return hoursAllowedAt(dBA);
 }
@@ -59,7 +54,7 @@ void DoseCalculator::addMeasurement(double dBA, double dBC, double peakDBC, doub
     trackInstantaneousPeak(peakDBA);
 
     const double effective = conservativeMode && !(dBA > dBC) ? dBC : dBA;
-    if (effective < thresholdLevelDB) {
+    if (effective < thresholdLevelDBA) {
         m_lastMeasurementTime = at;
         return;
     }
@@ -124,7 +119,7 @@ void DoseCalculator::trackInstantaneousPeak(double peakDBA)
 // The dose that is used up already stands for the part of the working day that has passed.
 void DoseCalculator::updateProjection(double currentDBA)
 {
-    if (currentDBA < thresholdLevelDB)
+    if (currentDBA < thresholdLevelDBA)
         return;
     const double doseFractionPerHour = 1 / hoursAllowedAt(currentDBA);
     const double remainingHours =

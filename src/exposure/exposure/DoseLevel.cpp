@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <exposure/DoseLevel.h>
 
+#include <exposure/DoseLimits.h>
+
 #include <array>
 #include <cstddef>
 
 namespace velmor {
 
 namespace {
-
-constexpr double cautionPercentage = 40.0;
-constexpr double warningPercentage = 70.0;
-constexpr double dangerPercentage = 90.0;
 
 struct Texts
 {
@@ -30,11 +28,11 @@ constexpr std::array<Texts, 4> texts = {{
 
 DoseLevel doseLevelFrom(double dosePercentage)
 {
-    if (dosePercentage < cautionPercentage)
+    if (dosePercentage < cautionDosePercentage)
         return DoseLevel::safe;
-    if (dosePercentage < warningPercentage)
+    if (dosePercentage < warningDosePercentage)
         return DoseLevel::caution;
-    if (dosePercentage < dangerPercentage)
+    if (dosePercentage < dangerDosePercentage)
         return DoseLevel::warning;
     return DoseLevel::danger;
 }

@@ -3,6 +3,7 @@
 
 #include <base/JsonRecord.h>
 #include <base/Vocabulary.h>
+#include <exposure/DoseLevel.h>
 
 namespace velmor {
 
@@ -77,12 +78,16 @@ std::optional<DisciplineZone> disciplineZoneFromRaw(std::string_view text)
 
 DoseBand doseBandFrom(double percentage)
 {
-    if (percentage < 40)
+    switch (doseLevelFrom(percentage)) {
+    case DoseLevel::safe:
         return DoseBand::safe;
-    if (percentage < 70)
+    case DoseLevel::caution:
         return DoseBand::caution;
-    if (percentage < 90)
+    case DoseLevel::warning:
         return DoseBand::warning;
+    case DoseLevel::danger:
+        break;
+    }
     return DoseBand::danger;
 }
 

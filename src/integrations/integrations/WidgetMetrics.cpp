@@ -2,6 +2,7 @@
 #include <integrations/WidgetMetrics.h>
 
 #include <discipline/ReferenceLevelTracker.h>
+#include <exposure/DoseLimits.h>
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +14,6 @@ namespace {
 
 /// 3 / log10(2): the exchange rate of 3 dB for a doubling.
 constexpr double exchangeFactor = 9.965784284662087;
-constexpr double criterionLevelDBA = 85.0;
 constexpr double workingDays = 5.0;
 
 /// Seconds in the zones, over several sessions.

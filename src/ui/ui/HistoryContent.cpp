@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ui/HistoryContent.h>
 
+#include <exposure/DoseLimits.h>
 #include <ui/MenuBarContent.h>
 
 #include <fmt/format.h>
@@ -12,11 +13,6 @@
 namespace velmor {
 
 namespace {
-
-// The bounds of the dose's bands, percent.
-constexpr double cautionDose = 40.0;
-constexpr double warningDose = 70.0;
-constexpr double dangerDose = 90.0;
 
 constexpr int leastDaysOfWeekChart = 15;
 constexpr int weekDays = 7;
@@ -50,10 +46,12 @@ HistoryStat avgPerDay(const HistoryFigures& figures)
         {"Avg per day",
          "Total dose divided by the number of selected days. This is the primary risk indicator — compare "
          "it to the 100% daily budget (8 hours at 85 dBA, NIOSH REL). Colored by dose level:",
-         {{Tint::green, fmt::format("0–{:.0f}% — Safe", cautionDose)},
-          {Tint::yellow, fmt::format("{:.0f}–{:.0f}% — Caution", cautionDose, warningDose)},
-          {Tint::orange, fmt::format("{:.0f}–{:.0f}% — Warning", warningDose, dangerDose)},
-          {Tint::red, fmt::format(">{:.0f}% — Danger", dangerDose)}}}};
+         {{Tint::green, fmt::format("0–{:.0f}% — Safe", cautionDosePercentage)},
+          {Tint::yellow,
+           fmt::format("{:.0f}–{:.0f}% — Caution", cautionDosePercentage, warningDosePercentage)},
+          {Tint::orange,
+           fmt::format("{:.0f}–{:.0f}% — Warning", warningDosePercentage, dangerDosePercentage)},
+          {Tint::red, fmt::format(">{:.0f}% — Danger", dangerDosePercentage)}}}};
 }
 
 HistoryStat euWeekly(const HistoryFigures& figures)
@@ -146,11 +144,11 @@ HistoryStat impulses(const HistoryFigures& figures)
 
 Tint doseColor(double dose)
 {
-    if (dose < cautionDose)
+    if (dose < cautionDosePercentage)
         return Tint::green;
-    if (dose < warningDose)
+    if (dose < warningDosePercentage)
         return Tint::yellow;
-    return dose < dangerDose ? Tint::orange : Tint::red;
+    return dose < dangerDosePercentage ? Tint::orange : Tint::red;
 }
 
 std::vector<HistoryStat> historyStats(const HistoryFigures& figures)

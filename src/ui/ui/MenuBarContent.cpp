@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <ui/MenuBarContent.h>
 
+#include <exposure/PeakLimits.h>
 #include <ui/ScoreGrade.h>
 
 #include <algorithm>
@@ -121,11 +122,9 @@ std::string sessionDoseText(double sessionDose)
 
 Tint peakColor(double peakDBC)
 {
-    constexpr double limitValue = 140.0;
-    constexpr double actionValue = 135.0;
-    if (peakDBC >= limitValue)
+    if (peakDBC >= limitPeakDBC)
         return Tint::red;
-    return peakDBC >= actionValue ? Tint::orange : Tint::secondary;
+    return peakDBC >= lowerActionPeakDBC ? Tint::orange : Tint::secondary;
 }
 
 TintedText sessionPeakText(double peakDBC)

@@ -2,6 +2,7 @@
 #include <ui/SettingsSafetyTab.h>
 
 #include <exposure/DoseLevel.h>
+#include <exposure/DoseLimits.h>
 #include <ui/TextLabel.h>
 #include <ui/WeightingCurves.h>
 
@@ -14,10 +15,6 @@
 namespace velmor {
 
 namespace {
-
-constexpr double referenceLevel = 85;
-constexpr double criterionHours = 8;
-constexpr double exchangeRate = 3;
 
 /// A fixed value at the end of its line.
 QWidget* valueOf(const std::string& text)
@@ -68,9 +65,9 @@ void SettingsSafetyTab::addDose()
     standard.addText(
         "Based on NIOSH REL (Recommended Exposure Limit). At 85 dBA, safe exposure is 8 hours. Each "
         "+3 dB halves the allowed time.");
-    standard.addRow("Reference level", valueOf(fmt::format("{:.0f} dBA", referenceLevel)));
-    standard.addRow("Criterion duration", valueOf(fmt::format("{:.0f} hours", criterionHours)));
-    standard.addRow("Exchange rate", valueOf(fmt::format("{:.0f} dB", exchangeRate)));
+    standard.addRow("Reference level", valueOf(fmt::format("{:.0f} dBA", criterionLevelDBA)));
+    standard.addRow("Criterion duration", valueOf(fmt::format("{:.0f} hours", criterionDurationHours)));
+    standard.addRow("Exchange rate", valueOf(fmt::format("{:.0f} dB", exchangeRateDB)));
 
     SettingsSection& thresholds = addSection("Dose Thresholds");
     thresholds.add(thresholdRow(DoseLevel::safe, Tint::green, "Below 40% of the day's dose."));
