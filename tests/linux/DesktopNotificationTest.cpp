@@ -45,7 +45,7 @@ protected:
         daemon = std::make_unique<test::NotificationDaemon>();
         const std::string problem = session.problem() + daemon->problem();
         if (!problem.empty()) {
-            ASSERT_FALSE(test::PrivateAudioSession::mustBeThere()) << problem;
+            ASSERT_FALSE(test::packagesMustBeThere()) << problem;
             // Without its packages there is nothing real to test against; where CI runs they are installed.
             GTEST_SKIP() << "no desktop can be started here: " << problem;
         }

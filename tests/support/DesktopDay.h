@@ -32,7 +32,7 @@ protected:
         daemon = std::make_unique<NotificationDaemon>();
         const std::string problem = session.problem() + daemon->problem();
         if (!problem.empty()) {
-            ASSERT_FALSE(PrivateAudioSession::mustBeThere()) << problem;
+            ASSERT_FALSE(packagesMustBeThere()) << problem;
             // Without its packages there is nothing real to test against; where CI runs they are installed.
             GTEST_SKIP() << "no desktop can be started here: " << problem;
         }

@@ -129,13 +129,6 @@ public:
     /// Why the session could not be started; empty if it was.
     const std::string& problem() const { return m_problem; }
 
-    /// On a developer's machine the packages may be missing; in CI they are installed.
-    static bool mustBeThere()
-    {
-        const char* ci = std::getenv("CI");
-        return ci && std::string(ci) == "true";
-    }
-
     std::filesystem::path operator/(const char* name) const { return m_folder / name; }
 
     /// A virtual microphone of two channels. What is played into its inputs comes out of it.

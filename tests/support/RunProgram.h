@@ -16,6 +16,13 @@
 
 namespace velmor::test {
 
+/// On a developer's machine the packages may be missing; in CI they are installed.
+inline bool packagesMustBeThere()
+{
+    const char* const ci = std::getenv("CI");
+    return ci && std::string(ci) == "true";
+}
+
 /// A program of the build.
 inline std::string programPath(const std::string& name)
 {

@@ -63,7 +63,7 @@ protected:
     void SetUp() override
     {
         if (!session.problem().empty()) {
-            ASSERT_FALSE(test::PrivateAudioSession::mustBeThere()) << "no PipeWire: " << session.problem();
+            ASSERT_FALSE(test::packagesMustBeThere()) << "no PipeWire: " << session.problem();
             // Without its packages there is nothing real to test against; where CI runs they are installed.
             GTEST_SKIP() << "no PipeWire can be started here: " << session.problem();
         }

@@ -45,7 +45,7 @@ protected:
         // Another than the notifications', which would lie over the windows.
         screen = std::make_unique<test::VirtualScreen>("1280x1024x24");
         if (!screen->problem().empty()) {
-            ASSERT_FALSE(test::PrivateAudioSession::mustBeThere()) << screen->problem();
+            ASSERT_FALSE(test::packagesMustBeThere()) << screen->problem();
             // Without its packages there is no screen; where CI runs they are installed.
             GTEST_SKIP() << screen->problem();
         }
