@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the hub makes of its stores once an import has written to them, or somebody has only said so.
 #include <integrations/Constants.h>
+#include <integrations/TovikImporter.h>
+#include <sessions/SessionFormat.h>
 #include <support/CapturedOutput.h>
 #include <support/HubHost.h>
 #include <support/SampleSessions.h>
+#include <support/TemporaryFolder.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -35,6 +38,31 @@ protected:
     HubHost host;
     std::unique_ptr<AppState> hub;
 };
+
+TEST_F(AppStateImportTest, TheHistoryIsReadAnewAndThinnedWithAge)
+{
+    const TemporaryFolder folder;
+    host.storage = SessionStorage::inFolder(folder / "history");
+    hub = std::make_unique<AppState>(host.host());
+    const Session yesterday = sampleSession(host.loop.now() - std::chrono::days(1), 100, 1);
+    const Session older = sampleSession(host.loop.now() - std::chrono::days(20), 100, 2);
+    const Session tooOld = sampleSession(host.loop.now() - std::chrono::days(91), 100, 3);
+    writeFile(folder / "export.json", R"({"schemaVersion":1,"sessions":)" +
+                                          encodedHistory(std::vector{yesterday, tooOld, older}).value() +
+                                          "}");
+    const ImportResult result = TovikImporter::importFromFile(
+        folder / "export.json", {host.defaults, hub->sessionManager, hub->calendar(), hub->now()});
+    EXPECT_EQ(result.sessionCount, 3);
+    EXPECT_EQ(hub->sessionManager.sessionHistory.get().size(), 3U);
+    hub->refreshAfterTovikImport();
+    // Kept for 90 days, and for 14 with all readings; after that with one in ten.
+    const auto& history = hub->sessionManager.sessionHistory.get();
+    ASSERT_EQ(history.size(), 2U);
+    EXPECT_EQ(history[0].id, older.id);
+    EXPECT_EQ(history[0].readings.size(), 10U);
+    EXPECT_EQ(history[1].id, yesterday.id);
+    EXPECT_EQ(history[1].readings.size(), 100U);
+}
 
 TEST_F(AppStateImportTest, ReadingTheStoresAnewLeavesARunningSessionItsFigures)
 {

@@ -55,14 +55,19 @@ TEST(Date, ReadingIsoTextIsStrict)
         EXPECT_EQ(dateFromIsoText(text), std::nullopt) << text;
 }
 
-TEST(Date, YearsThatNanosecondsCantHoldAreNotRead)
+TEST(Date, YearsThatNanosecondsCantHoldAreReadAsTheNearestMoment)
 {
-    EXPECT_EQ(dateFromIsoText("0000-01-01T00:00:00Z"), std::nullopt);
-    EXPECT_EQ(dateFromIsoText("1677-01-01T00:00:00Z"), std::nullopt);
-    EXPECT_EQ(dateFromIsoText("9999-12-31T23:59:59Z"), std::nullopt);
+    // 2^63 nanoseconds are 106751 days, 23 h, 47 min and 16.85 s.
+    const Date first = at(1677y / September / 21, 12min + 44s);
+    const Date last = at(2262y / April / 11, 23h + 47min + 16s);
+    EXPECT_EQ(dateFromIsoText("0000-01-01T00:00:00Z"), first);
+    EXPECT_EQ(dateFromIsoText("1677-01-01T00:00:00Z"), first);
+    EXPECT_EQ(dateFromIsoText("1677-09-21T00:12:44Z"), first);
+    EXPECT_EQ(dateFromIsoText("1677-09-21T00:12:45Z"), first + 1s);
+    EXPECT_EQ(dateFromIsoText("9999-12-31T23:59:59Z"), last);
     EXPECT_EQ(dateFromIsoText("1678-01-01T00:00:00Z"), at(1678y / January / 1, 0ns));
     EXPECT_EQ(dateFromIsoText("2262-04-11T23:47:16Z"), at(2262y / April / 11, 23h + 47min + 16s));
-    EXPECT_EQ(dateFromIsoText("2262-04-11T23:47:17Z"), std::nullopt);
+    EXPECT_EQ(dateFromIsoText("2262-04-11T23:47:17Z"), last);
 }
 
 TEST(Date, SecondsBetweenTwoMomentsAreTheNearestDouble)

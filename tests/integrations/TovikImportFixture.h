@@ -51,7 +51,7 @@ protected:
     }
 
     /// That the import fails so, and changes nothing.
-    void expectRefusal(ImportError::Reason reason, const std::string& message)
+    void expectRefusal(ImportError::Reason reason, const testing::Matcher<std::string>& message)
     {
         const auto defaults = world.defaults.values();
         const auto sessions = manager->sessionHistory.get();
@@ -61,7 +61,7 @@ protected:
             ADD_FAILURE() << "it was imported";
         } catch (const ImportError& error) {
             EXPECT_EQ(error.reason(), reason);
-            EXPECT_THAT(error.what(), ::testing::StartsWith(message));
+            EXPECT_THAT(error.what(), message);
         }
         EXPECT_EQ(world.defaults.values(), defaults);
         EXPECT_EQ(manager->sessionHistory.get(), sessions);
@@ -72,7 +72,8 @@ protected:
     {
         SCOPED_TRACE(text.substr(0, 200));
         writeFile(file, text);
-        expectRefusal(ImportError::Reason::malformedJSON, "The export file is not valid JSON: ");
+        expectRefusal(ImportError::Reason::malformedJSON,
+                      testing::StartsWith("The export file is not valid JSON: "));
     }
 
     template <typename Type>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <base/Date.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -122,11 +123,9 @@ std::optional<Date> dateFromIsoText(std::string_view text)
 
     const chrono::sys_seconds seconds = chrono::sys_days(calendarDay) + chrono::hours(*hour) +
                                         chrono::minutes(*minute) + chrono::seconds(*second);
-    // Whole seconds reach further than nanoseconds do: compare before widening.
-    if (seconds < chrono::ceil<chrono::seconds>(Date::min()) ||
-        seconds > chrono::floor<chrono::seconds>(Date::max()))
-        return std::nullopt;
-    return Date(seconds);
+    // Whole seconds reach further than nanoseconds do: limit before widening.
+    return Date(std::clamp(seconds, chrono::ceil<chrono::seconds>(Date::min()),
+                           chrono::floor<chrono::seconds>(Date::max())));
 }
 
 } // namespace velmor

@@ -37,8 +37,8 @@ std::string isoText(Date date);
 std::array<char, 20> isoCharacters(Date date);
 
 /// Reads exactly the form that isoText() writes. Absent for any other text: fractions, offsets,
-/// lower case, missing or additional characters, days that no calendar has, and years that a Date
-/// can't hold.
+/// lower case, missing or additional characters, days that no calendar has. Before and after what a
+/// Date can hold it is the nearest whole second that it can: one absurd moment is no reason to refuse a file.
 std::optional<Date> dateFromIsoText(std::string_view text);
 
 } // namespace velmor

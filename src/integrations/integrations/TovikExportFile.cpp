@@ -36,7 +36,7 @@ void read(ondemand::value& value, std::string& text)
 
 void read(ondemand::value& value, std::vector<Session>& sessions)
 {
-    sessions = decodedSessions(value.get_array());
+    sessions = decodedForeignSessions(value.get_array());
 }
 
 /// The text of an object or array. What is neither is no block.

@@ -194,7 +194,7 @@ std::variant<Options, EarlyExit> parseOptions(int argumentCount, const char* con
     }
     if (!startText.empty()) {
         options.start = dateFromIsoText(startText);
-        if (!options.start)
+        if (!options.start || isoText(*options.start) != startText)
             throw MeterError(fmt::format("--start {}: not a moment like 2026-03-01T09:12:45Z", startText));
         if (*options.start > dateFromIsoText(latestStart))
             throw MeterError(fmt::format("--start {}: later than {}", startText, latestStart));

@@ -6,7 +6,9 @@
 #include <fmt/format.h>
 #include <simdjson.h>
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <string_view>
 #include <utility>
 
@@ -87,7 +89,26 @@ std::string quoted(std::string_view text)
     return fmt::format("{:?}", text.substr(0, mostBytes));
 }
 
-Date decodedDate(ondemand::value& value)
+/// Moments beyond what a Date can hold.
+enum class FarDates {
+    refused, ///< Nothing of ours wrote them.
+    nearest  ///< The file is somebody else's: what they belong to is for the reader to judge.
+};
+
+/// What far moments have been read as is refused, or brought to where it is read again.
+Date checked(Date date, std::string_view text, FarDates farDates)
+{
+    using std::chrono::seconds;
+    constexpr Date first = std::chrono::ceil<seconds>(Date::min());
+    constexpr Date last = std::chrono::floor<seconds>(Date::max());
+    if (farDates == FarDates::nearest)
+        return std::clamp(date, first + seconds(1), last - seconds(1));
+    if (date <= first || date >= last)
+        throw JsonError(quoted(text) + " is no date");
+    return date;
+}
+
+Date decodedDate(ondemand::value& value, FarDates farDates)
 {
     // All but a text with escapes, which is as good, can be read where it lies.
     constexpr std::size_t length = 20;
@@ -96,14 +117,14 @@ Date decodedDate(ondemand::value& value)
         if (const auto date = dateFromIsoText(token.substr(1, length))) {
             // Takes the token as a value: skipped over it could be the key of a member.
             (void)value.get_raw_json_string().value();
-            return *date;
+            return checked(*date, token.substr(1, length), farDates);
         }
     }
     const std::string_view text = value.get_string();
     const auto date = dateFromIsoText(text);
     if (!date)
         throw JsonError(quoted(text) + " is no date");
-    return *date;
+    return checked(*date, text, farDates);
 }
 
 Zone decodedZone(ondemand::value& value)
@@ -115,7 +136,7 @@ Zone decodedZone(ondemand::value& value)
     return *zone;
 }
 
-SPLReading decodedReading(ondemand::object object)
+SPLReading decodedReading(ondemand::object object, FarDates farDates)
 {
     constexpr std::array<std::string_view, 3> required = {"timestamp", "dBA", "dosePercentageAtTime"};
     SPLReading reading;
@@ -124,7 +145,7 @@ SPLReading decodedReading(ondemand::object object)
         const std::string_view key = field.unescaped_key();
         ondemand::value value = field.value();
         if (key == "timestamp") {
-            reading.timestamp = decodedDate(value);
+            reading.timestamp = decodedDate(value, farDates);
             requirements.meet(0);
         } else if (key == "dBA") {
             reading.dBA = value.get_double();
@@ -165,7 +186,7 @@ bool decodeNumber(Session& session, std::string_view key, ondemand::value& value
     return false;
 }
 
-Session decodedSession(ondemand::object object)
+Session decodedSession(ondemand::object object, FarDates farDates)
 {
     // The required number fields come first, at their places in their own table.
     constexpr std::array<std::string_view, 7> required = {"averageSPL", "peakSPL", "doseAccumulated", "id",
@@ -184,17 +205,17 @@ Session decodedSession(ondemand::object object)
             session.id = *id;
             requirements.meet(firstOther);
         } else if (key == "startDate") {
-            session.startDate = decodedDate(value);
+            session.startDate = decodedDate(value, farDates);
             requirements.meet(firstOther + 1);
         } else if (key == "endDate") {
-            session.endDate = isJsonNull(value) ? std::nullopt : std::optional(decodedDate(value));
+            session.endDate = isJsonNull(value) ? std::nullopt : std::optional(decodedDate(value, farDates));
         } else if (key == "dawName") {
             session.dawName = std::string_view(value.get_string());
             requirements.meet(firstOther + 2);
         } else if (key == "readings") {
             session.readings.clear();
             for (auto element : value.get_array())
-                session.readings.push_back(decodedReading(element.get_object()));
+                session.readings.push_back(decodedReading(element.get_object(), farDates));
             session.readings.shrink_to_fit();
             requirements.meet(firstOther + 3);
         } else if (!decodeNumber(session, key, value, requirements)) {
@@ -208,6 +229,21 @@ Session decodedSession(ondemand::object object)
 JsonError inSession(std::size_t number, const char* error)
 {
     return JsonError(fmt::format("session {}: {}", number, error));
+}
+
+std::vector<Session> decodedSessions(ondemand::array array, FarDates farDates)
+{
+    std::vector<Session> sessions;
+    for (auto element : array) {
+        try {
+            sessions.push_back(decodedSession(element.get_object(), farDates));
+        } catch (const simdjson::simdjson_error& error) {
+            throw inSession(sessions.size() + 1, error.what());
+        } catch (const JsonError& error) {
+            throw inSession(sessions.size() + 1, error.what());
+        }
+    }
+    return sessions;
 }
 
 void writeSession(JsonWriter& json, const Session& session, std::span<const SPLReading> readings)
@@ -256,23 +292,14 @@ std::optional<std::string> encodedHistory(std::span<const Session> sessions)
 
 std::vector<Session> decodedHistory(std::string text)
 {
-    return readJsonStream(std::move(text),
-                          [](ondemand::document& document) { return decodedSessions(document.get_array()); });
+    return readJsonStream(std::move(text), [](ondemand::document& document) {
+        return decodedSessions(document.get_array(), FarDates::refused);
+    });
 }
 
-std::vector<Session> decodedSessions(ondemand::array array)
+std::vector<Session> decodedForeignSessions(ondemand::array array)
 {
-    std::vector<Session> sessions;
-    for (auto element : array) {
-        try {
-            sessions.push_back(decodedSession(element.get_object()));
-        } catch (const simdjson::simdjson_error& error) {
-            throw inSession(sessions.size() + 1, error.what());
-        } catch (const JsonError& error) {
-            throw inSession(sessions.size() + 1, error.what());
-        }
-    }
-    return sessions;
+    return decodedSessions(array, FarDates::nearest);
 }
 
 std::optional<std::string> encodedMoment(const Session& state, std::span<const SPLReading> newReadings)
@@ -284,8 +311,9 @@ std::optional<std::string> encodedMoment(const Session& state, std::span<const S
 
 Session decodedMoment(std::string text)
 {
-    return readJsonStream(std::move(text),
-                          [](ondemand::document& document) { return decodedSession(document.get_object()); });
+    return readJsonStream(std::move(text), [](ondemand::document& document) {
+        return decodedSession(document.get_object(), FarDates::refused);
+    });
 }
 
 } // namespace velmor

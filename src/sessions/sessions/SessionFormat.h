@@ -24,8 +24,9 @@ std::optional<std::string> encodedHistory(std::span<const Session> sessions);
 /// \throws JsonError
 std::vector<Session> decodedHistory(std::string text);
 
-/// The same for an array in a text that is being read. \throws JsonError, simdjson::simdjson_error
-std::vector<Session> decodedSessions(simdjson::ondemand::array array);
+/// The same for an array in somebody else's text that is being read. Moments that a history can't hold
+/// are the nearest that it can. \throws JsonError, simdjson::simdjson_error
+std::vector<Session> decodedForeignSessions(simdjson::ondemand::array array);
 
 /// The session's own members, without its readings, into an object that the caller has begun.
 void writeSessionFields(JsonWriter& json, const Session& session);
