@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <support/PopoverStates.h>
+#include <support/TemporaryFolder.h>
 #include <ui/VelmorAppDelegate.h>
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QFileDialog>
 #include <QPointer>
 #include <QPushButton>
 #include <QTest>
@@ -61,7 +63,12 @@ protected:
     PosedHub posed;
     InternalNotifications notifications;
     int imports = 0;
-    Subscription importCompleted = notifications.onImportCompleted([this] { ++imports; });
+    // Told last: the key is set by then, and the window has gone.
+    Subscription importCompleted = notifications.onImportCompleted([this] {
+        ++imports;
+        EXPECT_TRUE(isWelcomeShown());
+        EXPECT_TRUE(windows().empty());
+    });
     std::unique_ptr<VelmorAppDelegate> delegate;
 };
 
@@ -97,6 +104,22 @@ TEST_F(VelmorAppDelegateTest, ClosingTheWindowIsTheSame)
     EXPECT_TRUE(window.isNull());
     delegate->showWelcomeWindow();
     EXPECT_EQ(windows().size(), 1U);
+}
+
+TEST_F(VelmorAppDelegateTest, DoneIsTheSame)
+{
+    delegate->applicationDidFinishLaunching();
+    const TemporaryFolder folder;
+    writeFile(folder / "export.json", R"({"schemaVersion":1})");
+    press("Import from Tovik…");
+    auto* const panel = windows().at(0)->findChild<QFileDialog*>();
+    ASSERT_TRUE(panel);
+    emit panel->fileSelected(QString::fromStdString((folder / "export.json").native()));
+    panel->reject();
+    EXPECT_EQ(imports, 0);
+    press("Done");
+    EXPECT_EQ(imports, 1);
+    EXPECT_TRUE(windows().empty());
 }
 
 TEST_F(VelmorAppDelegateTest, AWindowThatIsDismissedAndClosesTellsOnce)

@@ -3,6 +3,7 @@
 
 #include <support/PopoverStates.h>
 #include <support/TemporaryFolder.h>
+#include <ui/SymbolView.h>
 #include <ui/TextLabel.h>
 #include <ui/WelcomeView.h>
 
@@ -10,13 +11,14 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDir>
 #include <QFileDialog>
 #include <QImage>
 #include <QLabel>
 #include <QPushButton>
-#include <QStandardPaths>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -79,6 +81,17 @@ protected:
         return all;
     }
 
+    std::vector<std::string> symbols() const
+    {
+        std::vector<std::string> all;
+        for (const QWidget* const widget : view->findChildren<QWidget*>()) {
+            const auto* const symbol = dynamic_cast<const SymbolView*>(widget);
+            if (symbol && symbol->isVisibleTo(view.get()))
+                all.push_back(symbol->symbol());
+        }
+        return all;
+    }
+
     QFileDialog* dialog() const { return view->findChild<QFileDialog*>(); }
 
     /// Presses the button and answers the open panel.
@@ -114,17 +127,33 @@ protected:
 TEST_F(WelcomeViewTest, ItGreetsAndOffersBoth)
 {
     EXPECT_EQ(view->windowTitle(), "Welcome to Velmor");
-    EXPECT_GE(view->height(), 320);
-    EXPECT_EQ(view->width(), 480);
+    EXPECT_EQ(view->size(), QSize(480, 320));
     EXPECT_THAT(texts(),
                 AllOf(Contains("Welcome to Velmor."),
                       Contains("Renamed from Tovik — same app, fresh identity."),
                       Contains("Did you use Tovik before? Click below to import your sessions, settings, and "
                                "calibrations from your Tovik export file.")));
     EXPECT_THAT(buttons(), ElementsAre(fresh, importFromTovik));
-    // The import is what the Return key does.
+}
+
+TEST_F(WelcomeViewTest, ReturnImportsWhetherOrNotSomethingHasTheFocus)
+{
     QTest::keyClick(view->focusWidget(), Qt::Key_Return);
+    ASSERT_TRUE(dialog());
+    closePanel();
+    view->focusWidget()->clearFocus();
+    QTest::keyClick(view.get(), Qt::Key_Return);
     EXPECT_TRUE(dialog());
+}
+
+TEST_F(WelcomeViewTest, TheWindowHasTheSizeOfWhatIsInIt)
+{
+    EXPECT_EQ(view->minimumSize(), view->maximumSize());
+    importText(R"({"schemaVersion":1,"exportedFromTovikVersion":"3.2","customDAWBundleIDs":)"
+               R"([{"bundleID":"org.x.y","name":"Y"}],"todayDose":{"date":"2026-03-02"}})");
+    EXPECT_EQ(view->width(), 480);
+    EXPECT_EQ(view->height(), std::max(320, view->layout()->heightForWidth(480)));
+    EXPECT_EQ(view->minimumSize(), view->maximumSize());
 }
 
 TEST_F(WelcomeViewTest, AFreshStartSuppressesTheWindow)
@@ -136,16 +165,20 @@ TEST_F(WelcomeViewTest, AFreshStartSuppressesTheWindow)
 
 TEST_F(WelcomeViewTest, TheOpenPanelAsksForOneJsonFileInTheDownloads)
 {
+    // As the user has set it, and not where it is on the machine of the test.
+    const QString downloads = QString::fromStdString((folder / "Loaded").native());
+    ASSERT_TRUE(QDir().mkpath(downloads));
+    writeFile(folder / "user-dirs.dirs", "XDG_DOWNLOAD_DIR=\"" + downloads.toStdString() + "\"\n");
+    const QByteArray configuration = qgetenv("XDG_CONFIG_HOME");
+    qputenv("XDG_CONFIG_HOME", (folder / ".").c_str());
     press(importFromTovik);
     const QFileDialog& panel = *dialog();
     EXPECT_EQ(panel.windowTitle(), "Choose an Tovik export file");
     EXPECT_EQ(panel.fileMode(), QFileDialog::ExistingFile);
     EXPECT_THAT(panel.nameFilters(), ElementsAre("Tovik export files (*.json)"));
     EXPECT_TRUE(panel.isModal());
-    const QString downloads = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
-    if (QDir(downloads).exists()) {
-        EXPECT_EQ(panel.directory(), QDir(downloads));
-    }
+    EXPECT_EQ(panel.directory(), QDir(downloads));
+    configuration.isEmpty() ? qunsetenv("XDG_CONFIG_HOME") : qputenv("XDG_CONFIG_HOME", configuration);
 }
 
 TEST_F(WelcomeViewTest, ASuccessShowsWhatCameAndIsDone)
@@ -167,6 +200,7 @@ TEST_F(WelcomeViewTest, AnEmptyImportIsCompleteWithoutLines)
 {
     importText(R"({"schemaVersion":1})");
     EXPECT_THAT(texts(), Contains("Import complete"));
+    EXPECT_THAT(symbols(), ElementsAre("checkmark.circle.fill"));
     for (const std::string& text : texts()) {
         EXPECT_THAT(text, Not(HasSubstr("•")));
         EXPECT_THAT(text, Not(HasSubstr("From Tovik")));
@@ -191,13 +225,18 @@ TEST_F(WelcomeViewTest, ASessionThatBeginsWhileThePanelIsOpenRefusesTheImport)
     press(importFromTovik);
     posed.session("REAPER");
     emit dialog()->fileSelected(QString::fromStdString((folder / "export.json").native()));
-    EXPECT_TRUE(view->importError());
+    EXPECT_EQ(view->importError(),
+              "End the current session before importing — re-importing during a live session could overwrite "
+              "session data.");
+    EXPECT_THAT(buttons(), ElementsAre(fresh, importFromTovik));
 }
 
 TEST_F(WelcomeViewTest, CancellingThePanelAfterAFailureLeavesTheErrorCleared)
 {
+    EXPECT_THAT(symbols(), IsEmpty());
     importText("nonsense");
     EXPECT_THAT(texts(), Contains("Couldn't import"));
+    EXPECT_THAT(symbols(), ElementsAre("exclamationmark.triangle.fill"));
     press(importFromTovik);
     EXPECT_THAT(texts(), Not(Contains("Couldn't import")));
     closePanel();
@@ -265,6 +304,8 @@ TEST_F(WelcomeViewTest, TheSummaryCountsEachWordByItself)
     result = {};
     result.sourceBuild = "118";
     EXPECT_THAT(importSummary(result), IsEmpty());
+    result.sourceVersion = std::string(300, '3');
+    EXPECT_THAT(importSummary(result), ElementsAre("From Tovik " + std::string(256, '3') + " (118)"));
 }
 
 TEST_F(WelcomeViewTest, AVersionOfAnyLengthLeavesTheWindowItsWidth)

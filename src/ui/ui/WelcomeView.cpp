@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
@@ -21,6 +22,7 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <exception>
 #include <string_view>
 #include <utility>
 
@@ -57,10 +59,11 @@ std::vector<std::string> importSummary(const ImportResult& result)
     if (result.todayDoseRestored)
         lines.emplace_back("• Today's dose carried forward");
     if (!result.sourceVersion.empty()) {
-        const std::string build = result.sourceBuild.empty() ? "" : fmt::format(" ({})", result.sourceBuild);
         // Whatever a file calls its version.
-        lines.push_back(
-            TovikImporter::sanitizedShortString(fmt::format("From Tovik {}{}", result.sourceVersion, build)));
+        const auto shown = TovikImporter::sanitizedShortString;
+        const std::string build =
+            result.sourceBuild.empty() ? "" : fmt::format(" ({})", shown(result.sourceBuild));
+        lines.push_back(fmt::format("From Tovik {}{}", shown(result.sourceVersion), build));
     }
     return lines;
 }
@@ -75,8 +78,6 @@ WelcomeView::WelcomeView(AppState& hub, DefaultsStore& defaults, std::function<v
     , m_done(new QPushButton(QStringLiteral("Done")))
 {
     setWindowTitle(QStringLiteral("Welcome to Velmor"));
-    setFixedWidth(windowWidth);
-    setMinimumHeight(leastHeight);
     auto* const icon = new QLabel;
     icon->setPixmap(IconResolver::applicationIcon().pixmap(iconSize));
     auto* const titles = new QVBoxLayout;
@@ -148,7 +149,7 @@ void WelcomeView::importFile(const std::filesystem::path& file)
         m_hub.cancelCalibrations();
         // At once: what the hub writes of its own until the window is dismissed would write over the import.
         m_hub.refreshAfterTovikImport();
-    } catch (const ImportError& error) {
+    } catch (const std::exception& error) {
         m_importError = error.what();
     }
     showState();
@@ -189,9 +190,13 @@ void WelcomeView::showState()
     m_freshStart->setVisible(!m_importResult);
     m_import->setVisible(!m_importResult);
     m_done->setVisible(m_importResult.has_value());
-    QPushButton* const first = m_importResult ? m_done : m_import;
-    first->setFocus();
-    resize(windowWidth, std::max(leastHeight, m_layout->heightForWidth(windowWidth)));
+    defaultButton()->setFocus();
+    setFixedSize(windowWidth, std::max(leastHeight, m_layout->heightForWidth(windowWidth)));
+}
+
+QPushButton* WelcomeView::defaultButton() const
+{
+    return m_importResult ? m_done : m_import;
 }
 
 QVBoxLayout& WelcomeView::addOutcome(const char* label, const char* symbol, Tint tint)
@@ -226,6 +231,15 @@ void WelcomeView::changeEvent(QEvent* event)
     if (event->type() == QEvent::PaletteChange)
         showAppearance();
     QWidget::changeEvent(event);
+}
+
+// What the focused button has not taken for itself.
+void WelcomeView::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        defaultButton()->click();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 void WelcomeView::mousePressEvent(QMouseEvent* event)

@@ -37,9 +37,11 @@ private:
     void importFile(const std::filesystem::path& file);
     void dismissAndSuppress();
     void showState();
+    QPushButton* defaultButton() const;
     QVBoxLayout& addOutcome(const char* label, const char* symbol, Tint tint);
     void showAppearance();
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
