@@ -243,7 +243,7 @@ int runDesktop(bool hasWindows)
 
     FeedUpdater updater(loop, {web_addresses::updateFeed, web_addresses::updateKey, VELMOR_VERSION});
     DesktopShareServices shareServices;
-    DesktopColorSchemes colorSchemes(baseFolders.config);
+    DesktopColorSchemes colorSchemes(baseFolders);
     std::unique_ptr<VelmorApp> windows;
     show = [&] {
         notificationCenter.add({.identifier = "velmor.windowless",

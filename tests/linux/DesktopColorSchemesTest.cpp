@@ -23,7 +23,12 @@ protected:
     void follow(const char* desktop)
     {
         ::setenv("XDG_CURRENT_DESKTOP", desktop, 1);
-        schemes = std::make_unique<DesktopColorSchemes>(session / "config");
+        BaseFolders folders;
+        folders.home = session / "home";
+        folders.data = session / "home/.local/share";
+        folders.config = session / "config";
+        folders.systemData = {session / "share"};
+        schemes = std::make_unique<DesktopColorSchemes>(folders);
         m_changes = schemes->onChange([this] { ++changes; });
     }
 
@@ -44,6 +49,12 @@ protected:
         std::filesystem::create_directories(folder);
         test::writeFile(folder / "new", "[General]\ntheme=" + theme + "\n");
         std::filesystem::rename(folder / "new", folder / "lxqt.conf");
+    }
+
+    void installTheme(const std::string& folder) const
+    {
+        std::filesystem::create_directories(session / folder.c_str());
+        test::writeFile((session / folder.c_str()) / "gtk-dark.css", "");
     }
 
     static int choose(const char* key, const char* value)
@@ -83,12 +94,39 @@ TEST_F(DesktopColorSchemesTest, XfcesThemeAndPanelAreFollowed)
     EXPECT_TRUE(become(true, true));
     emit looks.PropertyChanged("xsettings", "/Net/ThemeName", QDBusVariant("Greybird"));
     EXPECT_TRUE(become(false, false));
+    installTheme("share/themes/Greybird/gtk-3.0");
     emit looks.PropertyChanged("xfce4-panel", "/panels/dark-mode", QDBusVariant(true));
     EXPECT_TRUE(become(false, true));
     emit looks.PropertyRemoved("xfce4-panel", "/panels/dark-mode");
     EXPECT_TRUE(become(false, false));
     emit looks.PropertyRemoved("xsettings", "/Net/ThemeName");
     EXPECT_TRUE(become(std::nullopt, std::nullopt));
+}
+
+// Xfce asks for dark panels from its first start on, and for a theme that GTK 3 may not have.
+TEST_F(DesktopColorSchemesTest, AnXfcePanelIsDarkOnlyWhereItsThemeCanBe)
+{
+    follow("XFCE");
+    test::XfceConfiguration looks(
+        {{"xsettings/Net/ThemeName", "Xfce"}, {"xfce4-panel/panels/dark-mode", true}});
+    EXPECT_TRUE(become(false, false));
+    emit looks.PropertyChanged("xsettings", "/Net/ThemeName", QDBusVariant("Adwaita"));
+    EXPECT_TRUE(become(false, true));
+    std::filesystem::create_directories(session / "share/themes/Mint/gtk-3.20");
+    emit looks.PropertyChanged("xsettings", "/Net/ThemeName", QDBusVariant("Mint"));
+    EXPECT_TRUE(become(false, false));
+    for (const char* folder : {"home/.themes/First/gtk-3.20", "home/.local/share/themes/Second/gtk-3.0"}) {
+        installTheme(folder);
+        const auto theme = std::filesystem::path(folder).parent_path().filename().string();
+        emit looks.PropertyChanged("xsettings", "/Net/ThemeName",
+                                   QDBusVariant(QString::fromStdString(theme)));
+        EXPECT_TRUE(become(false, true)) << folder;
+        emit looks.PropertyChanged("xsettings", "/Net/ThemeName", QDBusVariant("Xfce"));
+        EXPECT_TRUE(become(false, false)) << folder;
+    }
+    // Without a theme GTK takes its own.
+    emit looks.PropertyRemoved("xsettings", "/Net/ThemeName");
+    EXPECT_TRUE(become(std::nullopt, true));
 }
 
 TEST_F(DesktopColorSchemesTest, GnomesSettingIsFollowedUnderAPanelThatIsAlwaysDark)

@@ -17,7 +17,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 #include <string>
+#include <system_error>
+#include <vector>
 
 namespace velmor {
 
@@ -33,31 +36,54 @@ bool isDarkTheme(std::string name)
     return name.find("dark") != std::string::npos;
 }
 
+/// Whether GTK finds a dark variant of a theme. One that it doesn't find at all, as that which Xfce is set to
+/// at first may be, it shows as its own and light.
+bool hasDarkVariant(const std::string& theme, const BaseFolders& folders)
+{
+    // They are in GTK itself.
+    if (theme == "Adwaita" || theme == "HighContrast")
+        return true;
+    std::vector<std::filesystem::path> places;
+    for (const auto& data : folders.allData())
+        places.push_back(data / "themes");
+    places.push_back(folders.home / ".themes");
+    for (const auto& place : places) {
+        std::error_code error;
+        for (const auto& entry : std::filesystem::directory_iterator(place / theme, error)) {
+            if (entry.path().filename().native().starts_with("gtk-3.") &&
+                std::filesystem::exists(entry.path() / "gtk-dark.css", error))
+                return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 class DesktopColorSchemes::Sources final : public QObject
 {
 public:
-    explicit Sources(const std::filesystem::path& configuration)
-        : m_interface([this] { changed(); })
+    explicit Sources(const BaseFolders& folders)
+        : m_folders(folders)
+        , m_interface([this] { changed(); })
     {
         if (isCurrentDesktop("LXQt"))
-            followLxqt(configuration);
+            followLxqt(folders.config);
     }
 
     std::optional<bool> areWindowsDark() const
     {
         if (isCurrentDesktop("KDE"))
             return std::nullopt;
-        if (m_xfceThemeIsDark)
-            return m_xfceThemeIsDark;
+        if (m_xfceTheme)
+            return isDarkTheme(*m_xfceTheme);
         return m_lxqtIsDark ? m_lxqtIsDark : m_interface.prefersDark();
     }
 
     std::optional<bool> arePanelsDark() const
     {
-        // Xfce's panel can be dark under a light theme, GNOME's always is.
-        if (m_xfcePanelIsDark && *m_xfcePanelIsDark)
+        // Xfce's panel can be dark under a light theme that can be both, GNOME's always is.
+        if (m_xfcePanelIsDark && m_xfceThemeCanBeDark)
             return true;
         if (isCurrentDesktop("GNOME"))
             return true;
@@ -97,18 +123,21 @@ private:
     void takeXfce(std::size_t property, const std::optional<QVariant>& value)
     {
         constexpr std::size_t theme = 0;
-        std::optional<bool>& isDark = property == theme ? m_xfceThemeIsDark : m_xfcePanelIsDark;
-        isDark.reset();
-        if (value)
-            isDark = property == theme ? isDarkTheme(value->toString().toStdString()) : value->toBool();
+        if (property == theme)
+            m_xfceTheme = value ? std::optional(value->toString().toStdString()) : std::nullopt;
+        else
+            m_xfcePanelIsDark = value && value->toBool();
+        m_xfceThemeCanBeDark = hasDarkVariant(m_xfceTheme.value_or("Adwaita"), m_folders);
         changed();
     }
 
+    const BaseFolders m_folders;
     InterfaceSettings m_interface;
     QFileSystemWatcher m_lxqtFiles;
     std::optional<bool> m_lxqtIsDark;
-    std::optional<bool> m_xfceThemeIsDark;
-    std::optional<bool> m_xfcePanelIsDark;
+    std::optional<std::string> m_xfceTheme;
+    bool m_xfceThemeCanBeDark = false;
+    bool m_xfcePanelIsDark = false;
     XfceSettings m_xfce{{{QStringLiteral("xsettings"), QStringLiteral("/Net/ThemeName")},
                          {QStringLiteral("xfce4-panel"), QStringLiteral("/panels/dark-mode")}},
                         [this](std::size_t property, const std::optional<QVariant>& value, bool) {
@@ -116,8 +145,8 @@ private:
                         }};
 };
 
-DesktopColorSchemes::DesktopColorSchemes(const std::filesystem::path& configuration)
-    : m_sources(std::make_unique<Sources>(configuration))
+DesktopColorSchemes::DesktopColorSchemes(const BaseFolders& folders)
+    : m_sources(std::make_unique<Sources>(folders))
 {}
 
 DesktopColorSchemes::~DesktopColorSchemes() = default;

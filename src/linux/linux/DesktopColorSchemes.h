@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <linux/Directories.h>
 #include <platform/ColorSchemes.h>
 
-#include <filesystem>
 #include <memory>
 
 namespace velmor {
@@ -15,8 +15,8 @@ class DesktopColorSchemes final : public ColorSchemes
 {
 public:
     /// Asks; what is not known at once comes in later turns of the loop, as a change.
-    /// \param configuration the user's folder for it.
-    explicit DesktopColorSchemes(const std::filesystem::path& configuration);
+    /// \param folders where configuration and themes are found.
+    explicit DesktopColorSchemes(const BaseFolders& folders);
     ~DesktopColorSchemes() override;
 
     std::optional<bool> areWindowsDark() const override;

@@ -53,6 +53,7 @@ std::vector<std::filesystem::path> absolutePathsIn(std::string_view list)
 BaseFolders BaseFolders::current()
 {
     BaseFolders folders;
+    folders.home = homeFolder();
     folders.data = folderOr("XDG_DATA_HOME", ".local/share");
     folders.config = folderOr("XDG_CONFIG_HOME", ".config");
     folders.cache = folderOr("XDG_CACHE_HOME", ".cache");

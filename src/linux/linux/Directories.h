@@ -12,6 +12,7 @@ namespace velmor {
 /// counts as not set.
 struct BaseFolders
 {
+    std::filesystem::path home;                    ///< $HOME
     std::filesystem::path data;                    ///< $XDG_DATA_HOME
     std::filesystem::path config;                  ///< $XDG_CONFIG_HOME
     std::filesystem::path cache;                   ///< $XDG_CACHE_HOME
