@@ -10,6 +10,9 @@
 
 namespace velmor {
 
+/// Of fields that stand one below the other, px.
+inline constexpr int fieldWidth = 270;
+
 template <typename Field>
 class Unscrolled : public Field
 {

@@ -74,9 +74,7 @@ void fillWithDevices(Picker& picker, const std::vector<AudioDevice>& devices, co
 Picker* widePicker()
 {
     auto* const picker = new Picker;
-    constexpr int letters = 26;
-    picker->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    picker->setMinimumContentsLength(letters);
+    picker->setFixedWidth(fieldWidth);
     picker->setPlaceholderText(QStringLiteral("Not connected"));
     return picker;
 }
@@ -125,7 +123,7 @@ void SettingsAudioTab::addMicrophone()
     microphone.addRow("Output Device", output);
     microphone.addRow("Mic Location", location);
     location->setPlaceholderText(QStringLiteral("e.g. Studio Display mic, 1m behind listening position"));
-    location->setMinimumWidth(260);
+    location->setFixedWidth(fieldWidth);
     location->setText(QString::fromStdString(m_needs.defaults.get<std::string>(micLocationKey).value_or("")));
     microphone.addFooter("For your reference only — helps you remember the measurement context.");
 
@@ -257,7 +255,7 @@ void SettingsAudioTab::addSaveProfile()
     SettingsSection& section = addSection("Save Profile");
     auto* const label = new QLineEdit;
     label->setPlaceholderText(QStringLiteral("Label (e.g. Superlux at desk)"));
-    label->setMinimumWidth(260);
+    label->setFixedWidth(fieldWidth);
     section.addRow("Label", label);
     auto* const summary = new StateRows;
     section.add(summary);

@@ -47,8 +47,7 @@ void SettingsDAWsTab::addCustom()
 {
     SettingsSection& custom = addSection("Add Custom DAW");
     custom.addRow("Running or installed", m_applications);
-    m_applications->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-    m_applications->setMinimumContentsLength(22);
+    m_applications->setFixedWidth(fieldWidth);
     connect(m_applications, &QComboBox::activated, this, [this](int index) {
         const QString bundleID = m_applications->itemData(index).toString();
         if (bundleID.isEmpty())
@@ -65,7 +64,7 @@ void SettingsDAWsTab::addCustom()
         "A bundle ID is the name of the program's desktop file, as in org.ardour.Ardour, or else the name of "
         "its executable. Pick a program above to have it filled in.");
     for (QLineEdit* const field : {m_customDAWName, m_customBundleID}) {
-        field->setMinimumWidth(220);
+        field->setFixedWidth(fieldWidth);
         connect(field, &QLineEdit::textChanged, this, [this] {
             m_refusal->hide();
             m_add->setEnabled(!m_customDAWName->text().trimmed().isEmpty() &&
