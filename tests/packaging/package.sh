@@ -108,7 +108,8 @@ check_hardening() {
         [[ "$headers" == *BIND_NOW* ]] || fail "$program binds lazily"
         [[ ! "$headers" =~ GNU_STACK[^$'\n']*RWE ]] || fail "$program has an executable stack"
         [[ "$symbols" == *__stack_chk_fail* ]] || fail "$program has no stack protector"
-        [[ "$symbols" =~ __[a-z]+_chk@ ]] || fail "$program has no fortified function"
+        # The client has no buffer whose size the compiler knows, so nothing of it can be fortified.
+        [ "$program" = velmorctl ] || [[ "$symbols" =~ __[a-z]+_chk@ ]] || fail "$program has no fortified function"
         [ "$(dpkg --print-architecture)" != amd64 ] ||
             objdump --disassemble --no-show-raw-insn "$file" | grep endbr64 >/dev/null ||
             fail "$program has no marks for indirect branches"
