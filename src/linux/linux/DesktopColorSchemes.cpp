@@ -47,11 +47,12 @@ bool hasDarkVariant(const std::string& theme, const BaseFolders& folders)
     for (const auto& data : folders.allData())
         places.push_back(data / "themes");
     places.push_back(folders.home / ".themes");
-    for (const auto& place : places) {
-        std::error_code error;
-        for (const auto& entry : std::filesystem::directory_iterator(place / theme, error)) {
-            if (entry.path().filename().native().starts_with("gtk-3.") &&
-                std::filesystem::exists(entry.path() / "gtk-dark.css", error))
+    // Where GTK 3.24 looks.
+    for (const char* const version :
+         {"gtk-3.24", "gtk-3.22", "gtk-3.20", "gtk-3.18", "gtk-3.16", "gtk-3.14", "gtk-3.0"}) {
+        for (const auto& place : places) {
+            std::error_code error;
+            if (std::filesystem::exists(place / theme / version / "gtk-dark.css", error))
                 return true;
         }
     }
