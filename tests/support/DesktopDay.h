@@ -106,7 +106,14 @@ protected:
 
     bool waitForHistory(std::size_t count) const
     {
-        return PrivateAudioSession::waitUntil([&] { return history().size() == count; });
+        return PrivateAudioSession::waitUntil([&] {
+            try {
+                return history().size() == count;
+            } catch (const JsonError&) {
+                // A damaged one lies there until the next is written.
+                return false;
+            }
+        });
     }
 
     bool waitForSummary(const std::string& summary) const

@@ -237,6 +237,49 @@ protected:
         return heapMiB();
     }
 
+    /// What the program and a recorder beside it have heard of a tone, percent.
+    struct Measurement
+    {
+        Session session;
+        double dose = 0;
+        double recordedDose = 0;
+    };
+
+    /// In a session of its own, on a microphone made anew. \param options of the meter that measures the
+    /// recording.
+    Measurement measureTone(const std::string& heard, const std::vector<std::string>& options)
+    {
+        player.reset();
+        for (const std::string& name : {std::string(microphone), std::string(secondMicrophone), heard})
+            session.removeMicrophone(name);
+        std::this_thread::sleep_for(1s);
+        session.replaceCrashedSessionManager();
+        session.createMicrophone(heard);
+        command({"resume"});
+        const double doseBefore = storedDose();
+        const std::size_t sessionsBefore = history().size();
+        const std::string recording = session / "recording.wav";
+        auto recorder = std::make_unique<test::Companion>(
+            std::vector<std::string>{"pw-record", "--target", heard, "--format", "f32", "--rate", "48000",
+                                     "--channels", "2", recording});
+        command({"session", "start", "Last"});
+        EXPECT_TRUE(test::PrivateAudioSession::waitUntil([this] { return isCapturing(); })) << printed();
+        player = session.playInto(heard, tone(0.2, 12));
+        std::this_thread::sleep_for(20s);
+        command({"session", "end"});
+        EXPECT_TRUE(waitForHistory(sessionsBefore + 1));
+        recorder->endBy(SIGINT);
+        recorder.reset();
+        // The store has a thread of its own.
+        std::this_thread::sleep_for(500ms);
+        std::vector<std::string> words = {recording};
+        words.insert(words.end(), options.begin(), options.end());
+        const auto outcome = test::meter(words);
+        EXPECT_EQ(outcome.status, 0) << outcome.error;
+        return {history()[0], 100 * (storedDose() - doseBefore),
+                test::JsonObject(outcome.output)["dosePercentage"]};
+    }
+
     const int seconds = numberOf("VELMOR_SOAK_SECONDS", 20);
     const int kills = numberOf("VELMOR_SOAK_KILLS", 3);
     const unsigned seed = static_cast<unsigned>(numberOf("VELMOR_SOAK_SEED", 1));
@@ -280,38 +323,21 @@ TEST_F(SoakTest, ADayOfEverythingLeavesItAsItWas)
     const std::string chosen = stored<std::string>("selectedDeviceUID").value_or("");
     const std::string heard = chosen.empty() ? microphone : chosen;
     const double offsetNow = stored<double>("calibrationOffset").value_or(offset);
-    session.removeMicrophone(microphone);
-    session.removeMicrophone(secondMicrophone);
-    std::this_thread::sleep_for(1s);
-    session.createMicrophone(heard);
-    command({"resume"});
-    const double doseBefore = storedDose();
-    const std::size_t sessionsBefore = history().size();
-    const std::string recording = session / "recording.wav";
-    auto recorder = std::make_unique<test::Companion>(std::vector<std::string>{
-        "pw-record", "--target", heard, "--format", "f32", "--rate", "48000", "--channels", "2", recording});
-    command({"session", "start", "Last"});
-    ASSERT_TRUE(test::PrivateAudioSession::waitUntil([this] { return isCapturing(); })) << printed();
-    player = session.playInto(heard, tone(0.2, 12));
-    std::this_thread::sleep_for(20s);
-    command({"session", "end"});
-    ASSERT_TRUE(waitForHistory(sessionsBefore + 1));
-    recorder->endBy(SIGINT);
-    recorder.reset();
-    endProgram();
-    std::vector<std::string> words = {recording, "--offset", std::to_string(offsetNow), "--json"};
+    std::vector<std::string> options = {"--offset", std::to_string(offsetNow), "--json"};
     if (stored<bool>("conservativeDoseMode").value_or(false))
-        words.emplace_back("--conservative");
-    const auto outcome = test::meter(words);
-    ASSERT_EQ(outcome.status, 0) << outcome.error;
-    const test::JsonObject measured(outcome.output);
-    const Session kept = history()[0];
-    const double dose = 100 * (storedDose() - doseBefore);
-    std::cout << fmt::format("dose {:.4f} %, of the recording {:.4f} %; peak {:.2f} dBA\n", dose,
-                             measured["dosePercentage"], kept.peakSPL);
-    EXPECT_NEAR(dose, measured["dosePercentage"], 0.02 * measured["dosePercentage"]);
-    EXPECT_NEAR(kept.doseAccumulated, dose, 0.001 * dose);
-    EXPECT_NEAR(kept.peakSPL, test::levelOfSine(0.2, offsetNow), 0.1);
+        options.emplace_back("--conservative");
+    Measurement last;
+    // Sound that the recorder hasn't heard either has reached nobody: a session manager that crashes takes
+    // the links with it.
+    for (int attempt = 0; attempt < 5 && last.recordedDose == 0; ++attempt)
+        last = measureTone(heard, options);
+    endProgram();
+    std::cout << fmt::format("dose {:.4f} %, of the recording {:.4f} %; peak {:.2f} dBA\n", last.dose,
+                             last.recordedDose, last.session.peakSPL);
+    EXPECT_GT(last.recordedDose, 0);
+    EXPECT_NEAR(last.dose, last.recordedDose, 0.02 * last.recordedDose);
+    EXPECT_NEAR(last.session.doseAccumulated, last.dose, 0.001 * last.dose);
+    EXPECT_NEAR(last.session.peakSPL, test::levelOfSine(0.2, offsetNow), 0.1);
 
     // No timer drifts: a reading every ten seconds, in each session there was.
     for (const Session& one : history()) {
