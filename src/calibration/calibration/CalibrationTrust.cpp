@@ -3,11 +3,11 @@
 
 #include <base/JsonRecord.h>
 #include <base/Vocabulary.h>
+#include <calibration/AgeInDays.h>
 #include <calibration/FilterCheck.h>
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cmath>
 
 namespace velmor {
@@ -87,10 +87,7 @@ void writeJson(JsonWriter& json, CalibrationMethod value)
 
 std::optional<std::int64_t> CalibrationTrust::ageInDays(Date now) const
 {
-    constexpr std::int64_t secondsPerDay = 86400;
-    if (!date)
-        return std::nullopt;
-    return std::max<std::int64_t>(wholeSecondsBetween(*date, now) / secondsPerDay, 0);
+    return date ? std::optional(velmor::ageInDays(*date, now)) : std::nullopt;
 }
 
 CalibrationTrust calibrationTrust(const std::optional<CalibrationRecord>& record,

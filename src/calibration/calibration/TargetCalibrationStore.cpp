@@ -3,15 +3,13 @@
 
 #include <base/JsonRecord.h>
 #include <base/Print.h>
-
-#include <algorithm>
+#include <calibration/AgeInDays.h>
 
 namespace velmor {
 
 namespace {
 
 constexpr double staleAfterSeconds = 7776000.0; // 90 days
-constexpr double secondsPerDay = 86400.0;
 
 } // namespace
 
@@ -22,8 +20,7 @@ bool TargetCalibrationRecord::isStale(Date now) const
 
 std::int64_t TargetCalibrationRecord::ageInDays(Date now) const
 {
-    const auto days = static_cast<std::int64_t>(secondsBetween(calibratedDate, now) / secondsPerDay);
-    return std::max<std::int64_t>(days, 0);
+    return velmor::ageInDays(calibratedDate, now);
 }
 
 TargetCalibrationStore::TargetCalibrationStore(DefaultsStore& defaults)

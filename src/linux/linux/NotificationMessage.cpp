@@ -1,33 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <linux/NotificationMessage.h>
 
+#include <base/Markup.h>
+
 namespace velmor {
 
 namespace {
 
 constexpr std::uint8_t normalUrgency = 1;
 constexpr std::uint8_t criticalUrgency = 2;
-
-std::string markupEscaped(const std::string& text)
-{
-    std::string escaped;
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        default:
-            escaped += c;
-        }
-    }
-    return escaped;
-}
 
 } // namespace
 

@@ -2,6 +2,7 @@
 #include <widget/WidgetLine.h>
 
 #include <base/JsonWriter.h>
+#include <base/Markup.h>
 
 #include <fmt/format.h>
 
@@ -33,23 +34,6 @@ std::string_view label(DisciplineZone zone)
         return "Over target";
     }
     return dash;
-}
-
-/// A text of the user's own among markup.
-std::string escaped(std::string_view text)
-{
-    std::string result;
-    for (const char c : text) {
-        if (c == '&')
-            result += "&amp;";
-        else if (c == '<')
-            result += "&lt;";
-        else if (c == '>')
-            result += "&gt;";
-        else
-            result += c;
-    }
-    return result;
 }
 
 } // namespace
@@ -130,13 +114,13 @@ std::string WidgetLine::tooltip() const
         if (m_snapshot.disciplineZone) {
             text += fmt::format("\n{}: {:.1f} ± {:.1f} dBA ({})", label(*m_snapshot.disciplineZone),
                                 m_snapshot.monitoringTarget, m_snapshot.monitoringTolerance,
-                                escaped(m_snapshot.monitoringPreset));
+                                markupEscaped(m_snapshot.monitoringPreset));
         }
     } else if (m_snapshot.paused && m_snapshot.isFromToday(m_calendar, m_now)) {
         text += "\nPaused";
     }
     if (m_snapshot.dawName && m_snapshot.isFromToday(m_calendar, m_now))
-        text += "\nSession " + escaped(*m_snapshot.dawName);
+        text += "\nSession " + markupEscaped(*m_snapshot.dawName);
     if (m_snapshot.weeklyLEX)
         text += fmt::format("\nWeek {:.1f} dB LEX", *m_snapshot.weeklyLEX);
     return text;
