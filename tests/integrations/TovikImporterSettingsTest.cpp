@@ -236,11 +236,13 @@ TEST_F(TovikImporterTest, WhatCouldNotBeReadAgainIsNotStored)
     importMember("calibrationProfiles", "[" + profileText(oneID, "mine", "2026-01-01T00:00:00Z") + "]");
     const auto before = world.defaults.values();
     // In the stores a moment is at most a century from the year 2001.
-    EXPECT_EQ(
-        importMember("calibrationProfiles", "[" + profileText(otherID, "far", "2200-01-01T00:00:00Z") + "]")
-            .calibrationProfileCount,
-        0);
-    EXPECT_EQ(world.defaults.values(), before);
+    for (const char* date : {"2200-01-01T00:00:00Z", "4001-01-01T00:00:00Z", "0001-01-01T00:00:00Z"}) {
+        EXPECT_EQ(importMember("calibrationProfiles", "[" + profileText(otherID, "far", date) + "]")
+                      .calibrationProfileCount,
+                  0)
+            << date;
+        EXPECT_EQ(world.defaults.values(), before) << date;
+    }
     EXPECT_FALSE(importMember("micFrequencyCorrection",
                               R"({"profile":{"taps":[1],"sampleRate":48000,)"
                               R"("measuredDate":"1800-01-01T00:00:00Z","correctionCurve":[]}})")

@@ -125,6 +125,8 @@ TEST(Options, WhatMakesNoSenseIsRefusedInOneLine)
         {"a.wav", "--start", ""},
         {"a.wav", "--time-zone", ""},
         {"--live", "--device", ""},
+        {"a.wav", "--start", "0000-01-01T00:00:00Z"},
+        {"a.wav", "--start", "9999-12-31T23:59:59Z"},
         {"a.wav", "--start", "2262-04-11T23:47:16Z"},
         {"a.wav", "--blocks", "-", "--ticks", "/dev/stdout"},
         {"a.wav", "--blocks", "-", "--ticks", "-"},
